@@ -1,0 +1,25 @@
+// The host's Android log sink: every line the product logs through liblog is kept here, and echoed
+// to stderr in logcat's brief form ("E/Tag(  123): text") when TEVHOST_LOG is set in the
+// environment or echo is switched on.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tevhost {
+namespace log {
+
+struct Line {
+    int priority;  // android_LogPriority: 2 VERBOSE ... 7 FATAL
+    std::string tag;
+    std::string text;
+};
+
+std::vector<Line> lines();
+void clear();
+void setEcho(bool echo);
+// The one-letter name of a priority: V, D, I, W, E, F (or '?').
+char priorityLetter(int priority);
+
+}  // namespace log
+}  // namespace tevhost

@@ -1,0 +1,50 @@
+// The device sandbox: while a device root is set, every path under /sys, /proc (except
+// /proc/self, /proc/thread-self and /proc/<pid>) and /d, and every relative path that begins with
+// sys/, proc/ or d/, is mapped into that root. The libc entry points that the product and
+// libstdc++ use are interposed here, so a library that knows nothing of the sandbox is redirected
+// too. Writes to device nodes are journaled; sleep runs on a virtual clock.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tevhost {
+namespace sandbox {
+
+// Sets the device root (an existing directory); an empty root switches the mapping off.
+void setRoot(const std::string& root);
+std::string root();
+// The mapped host path of |path|, or |path| itself when it is not a device path.
+std::string hostPath(const std::string& path);
+// The device path of |path| ("/sys/..."), or empty when it is not a device path.
+std::string devicePath(const std::string& path);
+
+struct Write {
+    std::string path;  // device path, absolute ("/sys/...")
+    std::string data;  // the exact bytes, NULs included
+};
+std::vector<Write> writes();
+void clearWrites();
+
+// Makes the open of a device path fail with EACCES (as a node the service may not read would).
+void deny(const std::string& devicePath);
+void allow(const std::string& devicePath);
+
+// A driver: once |word| has been written to |devicePath| (the bytes of one open-to-close session,
+// exactly), the node reads |reply| from its next open on.
+void respond(const std::string& devicePath, const std::string& word, const std::string& reply);
+
+// Virtual clock. While on, sleep/usleep/nanosleep return at once, advance the clock, record the
+// duration and call the hook (where a test may act as the kernel driver).
+void setVirtualClock(bool on);
+bool virtualClock();
+std::vector<double> sleeps();  // seconds, in order
+double now();                  // virtual seconds slept so far
+void setSleepHook(std::function<void(double seconds)> hook);
+
+// Forgets journal, drivers, denials, sleeps, hook; keeps the root and the clock mode.
+void reset();
+
+}  // namespace sandbox
+}  // namespace tevhost

@@ -1,0 +1,126 @@
+// The host's system property store, behind libcutils' property_get/property_set with Android's
+// rules: values are at most PROPERTY_VALUE_MAX - 1 bytes, an unset or empty property yields the
+// default, and a "ro." property can be set only once.
+#include <cutils/properties.h>
+#include <tevhost/Properties.h>
+
+#include <cstring>
+#include <fstream>
+#include <mutex>
+
+namespace tevhost {
+namespace props {
+namespace {
+
+struct Store {
+    std::mutex lock;
+    std::map<std::string, std::string> values;
+};
+
+Store& store() {
+    static Store* s = new Store;  // never destroyed: property_get may run during exit
+    return *s;
+}
+
+std::string trim(const std::string& s) {
+    size_t b = s.find_first_not_of(" \t\r");
+    if (b == std::string::npos) return "";
+    size_t e = s.find_last_not_of(" \t\r");
+    return s.substr(b, e - b + 1);
+}
+
+}  // namespace
+
+void set(const std::string& key, const std::string& value) {
+    std::lock_guard<std::mutex> guard(store().lock);
+    store().values[key] = value;
+}
+
+void unset(const std::string& key) {
+    std::lock_guard<std::mutex> guard(store().lock);
+    store().values.erase(key);
+}
+
+void clear() {
+    std::lock_guard<std::mutex> guard(store().lock);
+    store().values.clear();
+}
+
+std::optional<std::string> get(const std::string& key) {
+    std::lock_guard<std::mutex> guard(store().lock);
+    auto it = store().values.find(key);
+    if (it == store().values.end()) return std::nullopt;
+    return it->second;
+}
+
+std::map<std::string, std::string> all() {
+    std::lock_guard<std::mutex> guard(store().lock);
+    return store().values;
+}
+
+bool loadFile(const std::string& path, int* badLine) {
+    std::ifstream in(path);
+    if (!in) return false;
+    std::string line;
+    int number = 0;
+    while (std::getline(in, line)) {
+        ++number;
+        std::string text = trim(line);
+        if (text.empty() || text[0] == '#') continue;
+        if (text[0] == '[') {
+            // getprop form: [key]: [value]
+            size_t keyEnd = text.find("]: [");
+            if (keyEnd == std::string::npos || text.back() != ']') {
+                if (badLine) *badLine = number;
+                return false;
+            }
+            set(text.substr(1, keyEnd - 1), text.substr(keyEnd + 4, text.size() - keyEnd - 5));
+            continue;
+        }
+        size_t eq = text.find('=');
+        if (eq == std::string::npos || eq == 0) {
+            if (badLine) *badLine = number;
+            return false;
+        }
+        set(trim(text.substr(0, eq)), line.substr(line.find('=') + 1));
+    }
+    return true;
+}
+
+}  // namespace props
+}  // namespace tevhost
+
+using tevhost::props::store;
+
+extern "C" int property_get(const char* key, char* value, const char* default_value) {
+    std::string found;
+    {
+        std::lock_guard<std::mutex> guard(store().lock);
+        auto it = store().values.find(key ? key : "");
+        if (it != store().values.end()) found = it->second;
+    }
+    if (!found.empty()) {
+        size_t len = std::min(found.size(), static_cast<size_t>(PROPERTY_VALUE_MAX - 1));
+        memcpy(value, found.data(), len);
+        value[len] = '\0';
+        return static_cast<int>(len);
+    }
+    int len = 0;
+    if (default_value) {
+        len = static_cast<int>(strnlen(default_value, PROPERTY_VALUE_MAX - 1));
+        memcpy(value, default_value, len);
+    }
+    value[len] = '\0';
+    return len;
+}
+
+extern "C" int property_set(const char* key, const char* value) {
+    if (key == nullptr || *key == '\0') return -1;
+    const char* text = value ? value : "";
+    if (strlen(text) >= PROPERTY_VALUE_MAX) return -1;
+    std::lock_guard<std::mutex> guard(store().lock);
+    auto it = store().values.find(key);
+    if (strncmp(key, "ro.", 3) == 0 && it != store().values.end()) return -1;
+    store().values[key] = text;
+    return 0;
+}

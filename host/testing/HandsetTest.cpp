@@ -1,0 +1,83 @@
+#include "HandsetTest.h"
+
+#include <tevhost/Services.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace fs = std::filesystem;
+
+namespace tevhost {
+
+void HandsetTest::SetUp() {
+    char pattern[] = "/tmp/tevhandset.XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    mRoot = pattern;
+    sandbox::setRoot(mRoot);
+    sandbox::reset();
+    sandbox::setVirtualClock(true);
+    props::clear();
+    log::clear();
+    clearServices();
+}
+
+void HandsetTest::TearDown() {
+    sandbox::setRoot("");
+    sandbox::reset();
+    clearServices();
+    std::error_code ignored;
+    fs::remove_all(mRoot, ignored);
+}
+
+void HandsetTest::node(const std::string& devicePath, const std::string& content) {
+    fs::path path = hostPath(devicePath);
+    fs::create_directories(path.parent_path());
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+}
+
+void HandsetTest::folderNode(const std::string& devicePath) {
+    fs::create_directories(hostPath(devicePath));
+}
+
+void HandsetTest::removeNode(const std::string& devicePath) {
+    std::error_code ignored;
+    fs::remove_all(hostPath(devicePath), ignored);
+}
+
+void HandsetTest::denyNode(const std::string& devicePath) {
+    if (!fs::exists(hostPath(devicePath))) node(devicePath, "");
+    sandbox::deny(devicePath);
+}
+
+std::string HandsetTest::nodeContent(const std::string& devicePath) {
+    std::ifstream in(hostPath(devicePath), std::ios::binary);
+    if (!in) return "<absent>";
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::vector<std::string> HandsetTest::writesTo(const std::string& devicePath) const {
+    std::vector<std::string> data;
+    for (const auto& w : sandbox::writes()) {
+        if (w.path == devicePath) data.push_back(w.data);
+    }
+    return data;
+}
+
+std::vector<std::string> HandsetTest::logged(const std::string& tag, int priority) const {
+    std::vector<std::string> texts;
+    for (const auto& line : log::lines()) {
+        if (line.tag == tag && (priority < 0 || line.priority == priority)) {
+            texts.push_back(line.text);
+        }
+    }
+    return texts;
+}
+
+::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>
+HandsetTest::root() {
+    return ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService::getService();
+}
+
+}  // namespace tevhost
