@@ -1,0 +1,29 @@
+#include "NfcCheckService.h"
+
+namespace vendor {
+namespace quoril {
+namespace hardware {
+namespace tevvendorservice {
+namespace implementation {
+
+using ::android::hardware::Void;
+
+Return<void> NfcCheckService::getNfcChipModule(getNfcChipModule_cb /* _hidl_cb */) {
+    return Void();
+}
+
+Return<bool> NfcCheckService::isSupportEse() {
+    return false;
+}
+
+Return<void> NfcCheckService::extFun(const hidl_string& /* name */,
+                                     const hidl_vec<hidl_string>& /* args */,
+                                     extFun_cb /* _hidl_cb */) {
+    return Void();
+}
+
+}  // namespace implementation
+}  // namespace tevvendorservice
+}  // namespace hardware
+}  // namespace quoril
+}  // namespace vendor

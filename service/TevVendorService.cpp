@@ -1,0 +1,128 @@
+#include "TevVendorService.h"
+
+#include "AudioCheckService.h"
+#include "NfcCheckService.h"
+#include "TevVendorUtils.h"
+#include "UsbCheckService.h"
+#include "VersionCheckService.h"
+
+namespace vendor {
+namespace quoril {
+namespace hardware {
+namespace tevvendorservice {
+namespace implementation {
+
+using ::android::hardware::Void;
+
+namespace {
+
+// Creates the area object on the first request; every later request gets the same object.
+template <typename Area, typename Interface>
+sp<Interface> lazyArea(sp<Interface>& member) {
+    if (member == nullptr) {
+        member = new Area();
+    }
+    return member;
+}
+
+}  // namespace
+
+TevVendorService::~TevVendorService() {
+    // Released in reverse order of the members: audio first, version last.
+    mAudioCheckService.clear();
+    mFPCheckService.clear();
+    mDisplayCheckService.clear();
+    mSensorCheckService.clear();
+    mBatteryCheckService.clear();
+    mUsbCheckService.clear();
+    mNfcCheckService.clear();
+    mChargerCheckService.clear();
+    mCameraCheckService.clear();
+    mFlashLifeCheckService.clear();
+    mLedsCheckService.clear();
+    mVersionCheckService.clear();
+}
+
+Return<sp<IVersionCheckService>> TevVendorService::getExtensionVersionCheckService() {
+    return lazyArea<VersionCheckService>(mVersionCheckService);
+}
+
+Return<sp<ILedsCheckService>> TevVendorService::getExtensionLedsCheckService() {
+    return mLedsCheckService;
+}
+
+Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckService() {
+    return mFlashLifeCheckService;
+}
+
+Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService() {
+    return mCameraCheckService;
+}
+
+Return<sp<IChargerCheckService>> TevVendorService::getExtensionChargerCheckService() {
+    return mChargerCheckService;
+}
+
+Return<sp<INfcCheckService>> TevVendorService::getExtensionNfcCheckService() {
+    return lazyArea<NfcCheckService>(mNfcCheckService);
+}
+
+Return<sp<IUsbCheckService>> TevVendorService::getExtensionUsbCheckService() {
+    return lazyArea<UsbCheckService>(mUsbCheckService);
+}
+
+Return<sp<IBatteryCheckService>> TevVendorService::getExtensionBatteryCheckService() {
+    return mBatteryCheckService;
+}
+
+Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService() {
+    return mSensorCheckService;
+}
+
+Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckService() {
+    return mDisplayCheckService;
+}
+
+Return<sp<IFPCheckService>> TevVendorService::getExtensionFPCheckService() {
+    return mFPCheckService;
+}
+
+Return<sp<IAudioCheckService>> TevVendorService::getExtensionAudioCheckService() {
+    return lazyArea<AudioCheckService>(mAudioCheckService);
+}
+
+Return<void> TevVendorService::getVendorProperty(const hidl_string& key,
+                                                 const hidl_string& defaultValue,
+                                                 getVendorProperty_cb _hidl_cb) {
+    std::string value = TevVendorUtils::getInstance().getPropertyValue(key, defaultValue);
+    _hidl_cb(value);
+    return Void();
+}
+
+Return<void> TevVendorService::setVendorProperty(const hidl_string& key, const hidl_string& value,
+                                                 setVendorProperty_cb _hidl_cb) {
+    _hidl_cb(TevVendorUtils::getInstance().setPropertyValue(key, value));
+    return Void();
+}
+
+Return<void> TevVendorService::getVendorFileValue(const hidl_string& path,
+                                                  getVendorFileValue_cb _hidl_cb) {
+    _hidl_cb(TevVendorUtils::getInstance().readFilePathValue(path));
+    return Void();
+}
+
+Return<void> TevVendorService::setVendorFileValue(const hidl_string& path, const hidl_string& value,
+                                                  setVendorFileValue_cb _hidl_cb) {
+    _hidl_cb(TevVendorUtils::getInstance().writeFilePathValue(path, value));
+    return Void();
+}
+
+ITevVendorService* HIDL_FETCH_ITevVendorService(const char* /* name */) {
+    return new TevVendorService();
+}
+
+}  // namespace implementation
+}  // namespace tevvendorservice
+}  // namespace hardware
+}  // namespace quoril
+}  // namespace vendor
