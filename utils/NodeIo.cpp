@@ -1,0 +1,68 @@
+#include "NodeIo.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <climits>
+#include <vector>
+
+namespace vendor {
+namespace quoril {
+namespace hardware {
+namespace tevvendorservice {
+namespace implementation {
+
+NodeRead readNodeOnce(const char* path, size_t size, std::string* text) {
+    int fd = open(path, O_RDONLY | O_NONBLOCK);
+    if (fd < 0) {
+        return NodeRead::kOpenFailed;
+    }
+    std::vector<char> buffer(size, 0);
+    ssize_t count = read(fd, buffer.data(), size);
+    close(fd);
+    if (count < 0) {
+        return NodeRead::kReadFailed;
+    }
+    text->assign(buffer.data(), static_cast<size_t>(count));
+    return NodeRead::kOk;
+}
+
+int32_t decimalValue(const std::string& text) {
+    size_t i = 0;
+    while (i < text.size() && isspace(static_cast<unsigned char>(text[i]))) {
+        ++i;
+    }
+    bool negative = false;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
+        negative = text[i] == '-';
+        ++i;
+    }
+    // strtol saturates at LONG_MIN/LONG_MAX; atoi then keeps the low 32 bits.
+    unsigned long long magnitude = 0;
+    bool saturated = false;
+    for (; i < text.size() && isdigit(static_cast<unsigned char>(text[i])); ++i) {
+        magnitude = magnitude * 10 + static_cast<unsigned>(text[i] - '0');
+        if (magnitude > static_cast<unsigned long long>(LONG_MAX) + 1) {
+            saturated = true;
+            break;
+        }
+    }
+    long value;
+    if (negative) {
+        value = saturated || magnitude > static_cast<unsigned long long>(LONG_MAX) + 1
+                        ? LONG_MIN
+                        : static_cast<long>(0ULL - magnitude);
+    } else {
+        value = saturated || magnitude > static_cast<unsigned long long>(LONG_MAX)
+                        ? LONG_MAX
+                        : static_cast<long>(magnitude);
+    }
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long>(value)));
+}
+
+}  // namespace implementation
+}  // namespace tevvendorservice
+}  // namespace hardware
+}  // namespace quoril
+}  // namespace vendor
