@@ -1,6 +1,7 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "ChargerCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -60,7 +61,7 @@ Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService
 }
 
 Return<sp<IChargerCheckService>> TevVendorService::getExtensionChargerCheckService() {
-    return mChargerCheckService;
+    return lazyArea<ChargerCheckService>(mChargerCheckService);
 }
 
 Return<sp<INfcCheckService>> TevVendorService::getExtensionNfcCheckService() {
