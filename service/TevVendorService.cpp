@@ -1,6 +1,7 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "BatteryCheckService.h"
 #include "ChargerCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
@@ -73,7 +74,7 @@ Return<sp<IUsbCheckService>> TevVendorService::getExtensionUsbCheckService() {
 }
 
 Return<sp<IBatteryCheckService>> TevVendorService::getExtensionBatteryCheckService() {
-    return mBatteryCheckService;
+    return lazyArea<BatteryCheckService>(mBatteryCheckService);
 }
 
 Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService() {
