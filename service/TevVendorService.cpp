@@ -1,6 +1,8 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "BatteryCheckService.h"
+#include "ChargerCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -60,7 +62,7 @@ Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService
 }
 
 Return<sp<IChargerCheckService>> TevVendorService::getExtensionChargerCheckService() {
-    return mChargerCheckService;
+    return lazyArea<ChargerCheckService>(mChargerCheckService);
 }
 
 Return<sp<INfcCheckService>> TevVendorService::getExtensionNfcCheckService() {
@@ -72,7 +74,7 @@ Return<sp<IUsbCheckService>> TevVendorService::getExtensionUsbCheckService() {
 }
 
 Return<sp<IBatteryCheckService>> TevVendorService::getExtensionBatteryCheckService() {
-    return mBatteryCheckService;
+    return lazyArea<BatteryCheckService>(mBatteryCheckService);
 }
 
 Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService() {
