@@ -1,6 +1,7 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "FlashLifeCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -52,7 +53,7 @@ Return<sp<ILedsCheckService>> TevVendorService::getExtensionLedsCheckService() {
 }
 
 Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckService() {
-    return mFlashLifeCheckService;
+    return lazyArea<FlashLifeCheckService>(mFlashLifeCheckService);
 }
 
 Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService() {
