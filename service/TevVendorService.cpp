@@ -3,6 +3,7 @@
 #include "AudioCheckService.h"
 #include "BatteryCheckService.h"
 #include "ChargerCheckService.h"
+#include "FlashLifeCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -54,7 +55,7 @@ Return<sp<ILedsCheckService>> TevVendorService::getExtensionLedsCheckService() {
 }
 
 Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckService() {
-    return mFlashLifeCheckService;
+    return lazyArea<FlashLifeCheckService>(mFlashLifeCheckService);
 }
 
 Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService() {
