@@ -1,6 +1,7 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "DisplayCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -80,7 +81,7 @@ Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService
 }
 
 Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckService() {
-    return mDisplayCheckService;
+    return lazyArea<DisplayCheckService>(mDisplayCheckService);
 }
 
 Return<sp<IFPCheckService>> TevVendorService::getExtensionFPCheckService() {
