@@ -2,6 +2,7 @@
 
 #include "AudioCheckService.h"
 #include "DisplayCheckService.h"
+#include "FPCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -85,7 +86,7 @@ Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckServi
 }
 
 Return<sp<IFPCheckService>> TevVendorService::getExtensionFPCheckService() {
-    return mFPCheckService;
+    return lazyArea<FPCheckService>(mFPCheckService);
 }
 
 Return<sp<IAudioCheckService>> TevVendorService::getExtensionAudioCheckService() {
