@@ -3,7 +3,9 @@
 #include "AudioCheckService.h"
 #include "BatteryCheckService.h"
 #include "ChargerCheckService.h"
+#include "DisplayCheckService.h"
 #include "FlashLifeCheckService.h"
+#include "FPCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -83,11 +85,11 @@ Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService
 }
 
 Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckService() {
-    return mDisplayCheckService;
+    return lazyArea<DisplayCheckService>(mDisplayCheckService);
 }
 
 Return<sp<IFPCheckService>> TevVendorService::getExtensionFPCheckService() {
-    return mFPCheckService;
+    return lazyArea<FPCheckService>(mFPCheckService);
 }
 
 Return<sp<IAudioCheckService>> TevVendorService::getExtensionAudioCheckService() {

@@ -1,0 +1,205 @@
+#define LOG_TAG "DisplayCheckService"
+
+#include "DisplayCheckService.h"
+
+#include <log/log.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <string>
+
+#include "TevVendorUtils.h"
+
+namespace vendor {
+namespace quoril {
+namespace hardware {
+namespace tevvendorservice {
+namespace implementation {
+
+using ::android::hardware::Void;
+
+// Every message of this area goes out at ERROR, the successful ones included.
+namespace {
+
+// The touch driver's diagnostic node: a written check word starts that check, and the node then
+// reads the check's result word.
+constexpr const char* kTouchPanelDiagPath = "/proc/tp_selftest";
+// The result word of a check that passed.
+constexpr const char* kTouchPanelPass = "2";
+
+struct TouchPanelCheck {
+    const char* word;      // written to start the check
+    unsigned int seconds;  // the driver needs this long before the result can be read
+    const char* logName;
+};
+
+// In the order the driver expects them.
+constexpr TouchPanelCheck kTouchPanelChecks[] = {
+        {"short", 6, "TOUCH_PANEL_CHECK_SHORT"},
+        {"open", 4, "TOUCH_PANEL_CHECK_OPEN"},
+        {"i2c", 2, "TOUCH_PANEL_CHECK_I2C"},
+};
+
+constexpr const char* kProductNameProp = "ro.product.name";
+constexpr const char* kProductDeviceProp = "ro.product.device";
+constexpr const char* kFbPanelInfoPath = "/sys/class/graphics/fb0/msm_fb_panel_info";
+constexpr const char* kDrmPanelInfoPath = "/sys/class/drm/card0-DSI-1/panel_info";
+// Products whose panel is described by the frame-buffer node.
+constexpr const char* kFbPanelProducts[] = {"mardusk", "marskol"};
+constexpr const char* kPanelNameKey = "panel_name";
+constexpr size_t kPanelNameKeyLength = 10;
+// The key and its one separator character ('=', ':', ...).
+constexpr size_t kPanelNameValueStart = kPanelNameKeyLength + 1;
+
+// Relative on purpose: the service runs with "/" as its working directory.
+constexpr const char* kOledBacklightClonePath =
+        "sys/class/backlight/panel0-backlight/brightness_clone";
+constexpr const char* kLcdBacklightPath = "sys/class/leds/lcd-backlight/brightness";
+constexpr const char* kOledBacklightPath = "sys/class/backlight/panel0-backlight/brightness";
+// Devices whose backlight node may report more than the panel takes.
+constexpr const char* kCappedBacklightDevice = "pif";
+constexpr int kBacklightCeiling = 4095;
+
+constexpr const char* kSysPanelColorProp = "sys.panel.color";
+constexpr const char* kVendorPanelColorProp = "vendor.panel.color";
+
+std::string prop(const char* key) {
+    return TevVendorUtils::getInstance().getPropertyValue(key, "");
+}
+
+std::string asciiLower(std::string text) {
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') {
+            c = static_cast<char>(c - 'A' + 'a');
+        }
+    }
+    return text;
+}
+
+}  // namespace
+
+Return<bool> DisplayCheckService::doSelfTestAndGetResult() {
+    // One stream and one result word for all three checks. A read that extracts nothing (the
+    // node did not reopen, or held only white space) leaves the previous check's word in place.
+    std::fstream node;
+    std::string result;
+
+    node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
+    if (!node.is_open()) {
+        ALOGE("Failed to open TOUCH_PANEL_DIAG_HANDLE.");
+        return false;
+    }
+    bool first = true;
+    for (const TouchPanelCheck& check : kTouchPanelChecks) {
+        if (!first) {
+            // A failure here only leaves the stream failed; the check's read decides.
+            node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
+        }
+        first = false;
+        node << check.word;
+        node.close();
+
+        sleep(check.seconds);
+
+        node.open(kTouchPanelDiagPath, std::ios::in);
+        node >> result;
+        node.close();
+        if (result.size() != 1 || result != kTouchPanelPass) {
+            ALOGE("The result of %s is %s.", check.logName, result.c_str());
+            return false;
+        }
+    }
+    ALOGE("doSelfTestAndGetResult pass.");
+    return true;
+}
+
+Return<void> DisplayCheckService::getLcmInfo(getLcmInfo_cb _hidl_cb) {
+    std::string result;
+    std::string product = prop(kProductNameProp);
+    const char* path = kDrmPanelInfoPath;
+    for (const char* fbProduct : kFbPanelProducts) {
+        if (product.find(fbProduct) != std::string::npos) {
+            path = kFbPanelInfoPath;
+            break;
+        }
+    }
+    ALOGE("open %s", path);
+    std::ifstream node(path, std::ios::in);
+    std::string line;
+    // The panel name is searched for up to the first empty line only.
+    while (std::getline(node, line) && !line.empty()) {
+        if (line.compare(0, kPanelNameKeyLength, kPanelNameKey) == 0) {
+            ALOGE("The result of getLcmInfo is %s", line.c_str());
+            // A bare "panel_name" has no value after it.
+            if (line.size() >= kPanelNameValueStart) {
+                result = line.substr(kPanelNameValueStart);
+            }
+            break;
+        }
+    }
+    node.close();
+    _hidl_cb(result);
+    return Void();
+}
+
+Return<int32_t> DisplayCheckService::getBacklightValue() {
+    std::ifstream node(kOledBacklightClonePath, std::ios::in);
+    ALOGE("Open OLED_BACKLIGHT_CLONE.");
+    if (!node.is_open()) {
+        ALOGE("Open LCD_BACKLIGHT.");
+        node.open(kLcdBacklightPath, std::ios::in);
+    }
+    if (!node.is_open()) {
+        ALOGE("Open OLED_BACKLIGHT.");
+        node.open(kOledBacklightPath, std::ios::in);
+    }
+    if (!node.is_open()) {
+        ALOGE("Failed to open BACK_LIGHT");
+        return -1;
+    }
+
+    std::string content;
+    std::string line;
+    while (std::getline(node, line)) {
+        if (line.empty()) {
+            break;
+        }
+        content += line;
+        content += '\n';
+    }
+
+    std::string device = asciiLower(prop(kProductDeviceProp));
+    // Content without a number is not a level: the conversion refuses it and the service stops.
+    int value = std::stoi(content);
+    if (device.find(kCappedBacklightDevice) != std::string::npos && value > kBacklightCeiling) {
+        value = kBacklightCeiling;
+    }
+    node.close();
+    if (content.empty()) {
+        return -1;
+    }
+    ALOGE("The result of getBacklightValue is %d.", value);
+    return value;
+}
+
+Return<void> DisplayCheckService::getTpColor(getTpColor_cb _hidl_cb) {
+    std::string color = prop(kSysPanelColorProp);
+    if (color.empty()) {
+        color = prop(kVendorPanelColorProp);
+    }
+    ALOGE("The result of getTpColor is %s", color.c_str());
+    _hidl_cb(color);
+    return Void();
+}
+
+Return<void> DisplayCheckService::extFun(const hidl_string& /* name */,
+                                         const hidl_vec<hidl_string>& /* args */,
+                                         extFun_cb /* _hidl_cb */) {
+    return Void();
+}
+
+}  // namespace implementation
+}  // namespace tevvendorservice
+}  // namespace hardware
+}  // namespace quoril
+}  // namespace vendor
