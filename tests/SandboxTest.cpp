@@ -90,6 +90,14 @@ TEST_F(SandboxTest, JournalKeepsEveryWriteWithItsExactBytes) {
     EXPECT_EQ(writes().size(), 3u);
 }
 
+TEST_F(SandboxTest, DeviceNodesAreNeverCreatedByWriting) {
+    folderNode("/sys/class/leds/red");
+    EXPECT_FALSE(probe::writeWithOfstream("/sys/class/leds/red/brightness", "1"));
+    EXPECT_FALSE(probe::writeWithFd("/sys/class/leds/red/brightness", "1"));
+    EXPECT_EQ(nodeContent("/sys/class/leds/red/brightness"), "<absent>");
+    EXPECT_TRUE(writes().empty());
+}
+
 TEST_F(SandboxTest, NodesCanBeRefusedFoldersOrAbsent) {
     denyNode("/sys/denied");
     folderNode("/sys/folder");

@@ -323,10 +323,16 @@ mode_t modeArg(int flags, va_list ap) {
     return (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE ? va_arg(ap, mode_t) : 0;
 }
 
+// The kernel's node trees do not let a process create nodes: a device path opens only if the node
+// is there.
+int deviceFlags(const Mapped& m, int flags) {
+    return m.device ? flags & ~O_CREAT : flags;
+}
+
 int openVia(int (*fn)(const char*, int, ...), const char* path, int flags, mode_t mode) {
     Mapped m = map(path);
     if (m.denied) return denyWith(EACCES);
-    int fd = fn(m.path, flags, mode);
+    int fd = fn(m.path, deviceFlags(m, flags), mode);
     trackNew(fd, m);
     return fd;
 }
@@ -343,7 +349,7 @@ int openatVia(int (*fn)(int, const char*, int, ...), int dirfd, const char* path
               mode_t mode) {
     Mapped m = mapAt(dirfd, path);
     if (m.denied) return denyWith(EACCES);
-    int fd = fn(dirfd, m.path, flags, mode);
+    int fd = fn(dirfd, m.path, deviceFlags(m, flags), mode);
     trackNew(fd, m);
     return fd;
 }
@@ -352,6 +358,12 @@ FILE* fopenVia(FILE* (*fn)(const char*, const char*), const char* path, const ch
     Mapped m = map(path);
     if (m.denied) {
         errno = EACCES;
+        return nullptr;
+    }
+    static auto realAccess = real<int (*)(const char*, int)>("access");
+    if (m.device && mode != nullptr && (mode[0] == 'w' || mode[0] == 'a') &&
+        realAccess(m.path, F_OK) != 0) {
+        errno = ENOENT;
         return nullptr;
     }
     FILE* f = fn(m.path, mode);

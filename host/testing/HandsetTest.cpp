@@ -10,9 +10,30 @@ namespace fs = std::filesystem;
 
 namespace tevhost {
 
+namespace {
+
+// One scratch folder per test run holds every handset, those of death-test children included
+// (they inherit the folder through the environment); the process that made it removes it.
+std::string scratchFolder() {
+    static std::string folder = [] {
+        if (const char* inherited = getenv("TEVHOST_SCRATCH")) return std::string(inherited);
+        char pattern[] = "/tmp/tevhandset.XXXXXX";
+        std::string made = mkdtemp(pattern) ? pattern : "/tmp";
+        setenv("TEVHOST_SCRATCH", made.c_str(), 1);
+        atexit([] {
+            std::error_code ignored;
+            fs::remove_all(getenv("TEVHOST_SCRATCH"), ignored);
+        });
+        return made;
+    }();
+    return folder;
+}
+
+}  // namespace
+
 void HandsetTest::SetUp() {
-    char pattern[] = "/tmp/tevhandset.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
+    std::string pattern = scratchFolder() + "/handset.XXXXXX";
+    ASSERT_NE(mkdtemp(&pattern[0]), nullptr);
     mRoot = pattern;
     sandbox::setRoot(mRoot);
     sandbox::reset();
