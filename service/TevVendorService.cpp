@@ -1,6 +1,8 @@
 #include "TevVendorService.h"
 
 #include "AudioCheckService.h"
+#include "CameraCheckService.h"
+#include "LedsCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -48,7 +50,7 @@ Return<sp<IVersionCheckService>> TevVendorService::getExtensionVersionCheckServi
 }
 
 Return<sp<ILedsCheckService>> TevVendorService::getExtensionLedsCheckService() {
-    return mLedsCheckService;
+    return lazyArea<LedsCheckService>(mLedsCheckService);
 }
 
 Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckService() {
@@ -56,7 +58,7 @@ Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckS
 }
 
 Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService() {
-    return mCameraCheckService;
+    return lazyArea<CameraCheckService>(mCameraCheckService);
 }
 
 Return<sp<IChargerCheckService>> TevVendorService::getExtensionChargerCheckService() {
