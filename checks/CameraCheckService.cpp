@@ -130,7 +130,8 @@ const struct {
         {"sirnak", {kTorchBlue}},
 };
 
-// The product whose only torch is the yellow one, driven through switch 1.
+// This product's one torch is wired as the yellow torch, on switch 1; a request for the blue torch
+// goes to it.
 constexpr const char* kYellowOnlyProduct = "sirnak";
 
 std::string prop(const char* key) {
