@@ -2,10 +2,12 @@
 
 #include "AudioCheckService.h"
 #include "BatteryCheckService.h"
+#include "CameraCheckService.h"
 #include "ChargerCheckService.h"
 #include "DisplayCheckService.h"
 #include "FlashLifeCheckService.h"
 #include "FPCheckService.h"
+#include "LedsCheckService.h"
 #include "NfcCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
@@ -53,7 +55,7 @@ Return<sp<IVersionCheckService>> TevVendorService::getExtensionVersionCheckServi
 }
 
 Return<sp<ILedsCheckService>> TevVendorService::getExtensionLedsCheckService() {
-    return mLedsCheckService;
+    return lazyArea<LedsCheckService>(mLedsCheckService);
 }
 
 Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckService() {
@@ -61,7 +63,7 @@ Return<sp<IFlashLifeCheckService>> TevVendorService::getExtensionFlashLifeCheckS
 }
 
 Return<sp<ICameraCheckService>> TevVendorService::getExtensionCameraCheckService() {
-    return mCameraCheckService;
+    return lazyArea<CameraCheckService>(mCameraCheckService);
 }
 
 Return<sp<IChargerCheckService>> TevVendorService::getExtensionChargerCheckService() {

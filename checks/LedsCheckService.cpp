@@ -1,0 +1,161 @@
+#define LOG_TAG "LedsCheckService-hal"
+
+#include "LedsCheckService.h"
+
+#include <fcntl.h>
+#include <log/log.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "NodeIo.h"
+#include "TevVendorUtils.h"
+
+namespace vendor {
+namespace quoril {
+namespace hardware {
+namespace tevvendorservice {
+namespace implementation {
+
+using ::android::hardware::Void;
+
+namespace {
+
+// The node that switches each LED type, by type number. The button backlight (type 7) is three
+// LEDs; its first node is here, the other two below.
+constexpr const char* kBrightnessNodes[] = {
+        "/sys/class/leds/white/brightness",             // 0 white
+        "/sys/class/leds/red/brightness",               // 1 red
+        "/sys/class/leds/green/brightness",             // 2 green
+        "/sys/class/leds/blue/brightness",              // 3 blue
+        "/sys/class/leds/red-right/brightness",         // 4 second red
+        "/sys/class/leds/green-right/brightness",       // 5 second green
+        "/sys/class/leds/blue-right/brightness",        // 6 second blue
+        "/sys/class/leds/button-backlight/brightness",  // 7 button backlight
+};
+constexpr const char* kButtonBacklight1Node = "/sys/class/leds/button-backlight1/brightness";
+constexpr const char* kButtonBacklight2Node = "/sys/class/leds/button-backlight2/brightness";
+constexpr uint32_t kButtonBacklight = 7;
+
+// Only the four single LEDs (types 0 to 3) can be read back.
+constexpr const char* kMaxBrightnessNodes[] = {
+        "/sys/class/leds/white/max_brightness",
+        "/sys/class/leds/red/max_brightness",
+        "/sys/class/leds/green/max_brightness",
+        "/sys/class/leds/blue/max_brightness",
+};
+constexpr uint32_t kReadableLeds = 4;
+
+// A brightness is a few digits; anything past this many bytes is not read.
+constexpr size_t kBrightnessReadSize = 10;
+
+constexpr const char* kLevelOn = "255";
+constexpr const char* kLevelOff = "0";
+
+constexpr const char* kProductNameProp = "ro.product.name";
+
+int openLedNode(const char* path) {
+    return open(path, O_RDWR | O_NONBLOCK);
+}
+
+int writeLevel(int fd, const std::string& level) {
+    return static_cast<int>(write(fd, level.data(), level.size()));
+}
+
+void closeLedNode(int fd) {
+    if (fd >= 0) {
+        close(fd);
+    }
+}
+
+}  // namespace
+
+Return<void> LedsCheckService::controlLed(int32_t type, bool isOn) {
+    // Type numbers are unsigned to the driver: a negative type is as out of range as 8.
+    const uint32_t led = static_cast<uint32_t>(type);
+    int fd = -1;
+    int fd1 = -1;
+    int fd2 = -1;
+    if (led <= kButtonBacklight) {
+        fd = openLedNode(kBrightnessNodes[led]);
+        if (led == kButtonBacklight) {
+            fd1 = openLedNode(kButtonBacklight1Node);
+            fd2 = openLedNode(kButtonBacklight2Node);
+        }
+    }
+    if (fd < 0) {
+        ALOGE("ControlLed failed to open led node for type = %d", type);
+        closeLedNode(fd);
+        closeLedNode(fd1);
+        closeLedNode(fd2);
+        return Void();
+    }
+
+    const std::string level = isOn ? kLevelOn : kLevelOff;
+    int ret = writeLevel(fd, level);
+    int ret1 = 0;
+    int ret2 = 0;
+    // The other two backlight LEDs follow the first only when both of their nodes are open. A
+    // descriptor of 0 is taken as not open here, on purpose.
+    if (led == kButtonBacklight && fd1 >= 1 && fd2 >= 1) {
+        ret1 = writeLevel(fd1, level);
+        ret2 = writeLevel(fd2, level);
+    }
+    ALOGI("ControlLed for type = %d  isOn = %d  ret = %d  ret1 = %d  ret2 = %d", type, isOn ? 1 : 0,
+          ret, ret1, ret2);
+    closeLedNode(fd);
+    closeLedNode(fd1);
+    closeLedNode(fd2);
+    return Void();
+}
+
+Return<int32_t> LedsCheckService::getLedBrightness(int32_t type, bool isMax) {
+    const uint32_t led = static_cast<uint32_t>(type);
+    if (led >= kReadableLeds) {
+        ALOGE("GetLedBrightness failed to open led node for type = %d", type);
+        return -1;
+    }
+    const char* path = isMax ? kMaxBrightnessNodes[led] : kBrightnessNodes[led];
+    std::string text;
+    switch (readNodeOnce(path, kBrightnessReadSize, &text)) {
+        case NodeRead::kOpenFailed:
+            ALOGE("GetLedBrightness failed to open led node for type = %d", type);
+            return -1;
+        case NodeRead::kReadFailed:
+            ALOGI("GetLedBrightness failed to read led node for type = %d  isMax = %d", type,
+                  isMax ? 1 : 0);
+            return -1;
+        case NodeRead::kOk:
+            break;
+    }
+    int32_t value = decimalValue(text);
+    ALOGI("GetLedBrightness for type = %d  isMax = %d  value = %d", type, isMax ? 1 : 0, value);
+    return value;
+}
+
+Return<void> LedsCheckService::getLedsList(getLedsList_cb _hidl_cb) {
+    std::string productName = TevVendorUtils::getInstance().getPropertyValue(kProductNameProp, "");
+    std::vector<int32_t> leds;
+    if (productName.find("qab") != std::string::npos) {
+        leds = {1, 2, 3, 4, 5, 6, 7};
+    } else if (productName.find("sirnak") != std::string::npos) {
+        leds = {0};
+    } else {
+        ALOGI("Product %s have no led", productName.c_str());
+    }
+    _hidl_cb(leds);
+    return Void();
+}
+
+Return<void> LedsCheckService::extFun(const hidl_string& /* name */,
+                                      const hidl_vec<hidl_string>& /* args */,
+                                      extFun_cb /* _hidl_cb */) {
+    return Void();
+}
+
+}  // namespace implementation
+}  // namespace tevvendorservice
+}  // namespace hardware
+}  // namespace quoril
+}  // namespace vendor

@@ -1,0 +1,395 @@
+#include "CameraCheckService.h"
+
+#include <climits>
+#include <filesystem>
+
+#include "HandsetTest.h"
+
+namespace tevhost {
+namespace {
+
+using ::android::sp;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::CameraCheckService;
+using ::vendor::quoril::hardware::tevvendorservice::V1_0::ICameraCheckService;
+
+constexpr const char* kTag = "CameraCheckService-hal";
+const char* const kTorchLeds[] = {"led:torch_0",      "led:torch_1",  "led:torch_2",
+                                  "led:switch_0",     "led:switch_1", "softlight_torch_0",
+                                  "softlight_torch_1"};
+std::string brightness(const std::string& led) {
+    return "/sys/class/leds/" + led + "/brightness";
+}
+// "75" and "60" go out with their NUL; a brightness level as an 8-byte NUL-padded field.
+const std::string k75("75", 3);
+const std::string k60("60", 3);
+std::string field(const std::string& digits) {
+    return digits + std::string(8 - digits.size(), '\0');
+}
+
+size_t openDescriptors() {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto& fd : std::filesystem::directory_iterator("/proc/self/fd")) {
+        ++count;
+    }
+    return count;
+}
+
+class CameraCheckServiceTest : public HandsetTest {
+  protected:
+    // The camera object of a device named |product| (nullptr: unset), as a client gets it, with
+    // an empty log and write journal.
+    sp<ICameraCheckService> cameraOn(const char* product) {
+        product ? prop("ro.product.name", product) : unsetProp("ro.product.name");
+        sp<ICameraCheckService> camera = root()->getExtensionCameraCheckService();
+        EXPECT_NE(camera, nullptr);
+        log::clear();
+        sandbox::clearWrites();
+        return camera;
+    }
+    // Every write as "led=bytes", in order ("torch_0", "switch_1", "softlight_torch_0", ...).
+    std::vector<std::string> journal() const {
+        std::vector<std::string> out;
+        for (const auto& w : writes()) {
+            std::string led = w.path.substr(0, w.path.rfind('/'));
+            led = led.substr(led.rfind('/') + 1);
+            if (led.rfind("led:", 0) == 0) led = led.substr(4);
+            out.push_back(led + "=" + w.data);
+        }
+        return out;
+    }
+    // Sets the info, infoext and infoext2 properties under |prefix| from "info|infoext|infoext2".
+    void setModuleProps(const std::string& prefix, std::string parts) {
+        for (const char* key : {"info", "infoext", "infoext2"}) {
+            size_t bar = parts.find('|');
+            prop(prefix + key, parts.substr(0, bar));
+            parts = bar == std::string::npos ? "" : parts.substr(bar + 1);
+        }
+    }
+    static std::string moduleInfo(const sp<ICameraCheckService>& camera) {
+        std::string out = "<no callback>";
+        int calls = 0;
+        camera->getCameraModuleInfo([&](const hidl_string& info) {
+            out = info;
+            ++calls;
+        });
+        EXPECT_EQ(calls, 1);
+        return out;
+    }
+};
+
+// Variants without a row of their own fall back to the last row whose key their name contains:
+// "pifqab" answers as "qab", "sirnakyut" as "yut", "qabzob" as "zob".
+TEST_F(CameraCheckServiceTest, CameraIdComesFromTheProductsRow) {
+    const struct {
+        const char* product;  // nullptr: unset
+        int32_t type;
+        int32_t expected;
+    } cases[] = {
+            {"sirnak", 12, 22},    {"sirnak", 8, -1},     {"pif", 14, 23},    {"pif", 12, -1},
+            {"yut", 13, 23},       {"qab", 15, 25},       {"qab", 0, -1},     {"helvr", 12, 24},
+            {"zob", 3, 61},        {"qab_global", 8, 63}, {"pifqab", 12, 22}, {"pifqab", 14, -1},
+            {"sirnakyut", 12, 20}, {"qabzob", 13, -1},    {"Qab", 1, -1},     {nullptr, 1, -1}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(value(cameraOn(c.product)->getCameraId(c.type)), c.expected)
+                << (c.product ? c.product : "unset") << " type " << c.type;
+    }
+}
+
+TEST_F(CameraCheckServiceTest, RowSearchIsLogged) {
+    const std::string kRow = "this cameraIdMap name  ";
+    const struct {
+        const char* product;
+        int32_t type;
+        std::vector<std::string> log;
+    } cases[] = {
+            {"qab", 1, {"GetCameraId = 0  for type = 1"}},
+            {"qab_global",
+             21,
+             {kRow + "zob \n", kRow + "helvr \n", kRow + "qab \n",
+              "find cameraIdMap for product qab_global \n",
+              "Can't find cameraID for type = 21  at produce qab_global \n",
+              "GetCameraId = -1  for type = 21"}},
+            {"moto",
+             1,
+             {kRow + "zob \n", kRow + "helvr \n", kRow + "qab \n", kRow + "yut \n", kRow + "pif \n",
+              kRow + "sirnak \n", "Can't find cameraIdMap for product moto \n",
+              "GetCameraId = -1  for type = 1"}},
+    };
+    for (const auto& c : cases) {
+        cameraOn(c.product)->getCameraId(c.type);
+        EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAreArray(c.log)) << c.product;
+    }
+}
+
+TEST_F(CameraCheckServiceTest, ProductIsReadOnceWhenTheAreaIsFirstRequested) {
+    auto service = root();
+    prop("ro.product.name", "pif");  // after the root exists, before the first request
+    sp<ICameraCheckService> camera = service->getExtensionCameraCheckService();
+    prop("ro.product.name", "zob");
+    EXPECT_EQ(value(service->getExtensionCameraCheckService()), camera);
+    EXPECT_EQ(value(camera->getCameraId(8)), 63);
+}
+
+TEST_F(CameraCheckServiceTest, CapabilitiesFollowTheProductLists) {
+    const struct {
+        const char* product;
+        bool popUp, zoomFocus, justTakePic, calibration;
+    } cases[] = {{"trovask", true, true, true, true},     {"morquetin", true, true, true, true},
+                 {"pif", false, true, true, false},       {"qab", false, false, true, true},
+                 {"fand", false, true, false, true},      {"wilmet", false, false, false, true},
+                 {"Trovask", false, false, false, false}, {"", false, false, false, false}};
+    for (const auto& c : cases) {
+        auto camera = cameraOn(c.product);
+        EXPECT_EQ(value(camera->isSupportPopCamera()), c.popUp) << c.product;
+        EXPECT_EQ(value(camera->needAutopushCamera()), c.popUp) << c.product;
+        EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(0)), c.zoomFocus) << c.product;
+        EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(5)), c.zoomFocus) << c.product;
+        EXPECT_EQ(value(camera->isDualCameraJustTakePic(1)), c.justTakePic) << c.product;
+        EXPECT_EQ(value(camera->needCameraCalibration()), c.calibration) << c.product;
+        EXPECT_FALSE(value(camera->popCamera()) || value(camera->pushCamera()) ||
+                     value(camera->getPreviewOrCapture(1)));
+    }
+    auto camera = cameraOn("qab");
+    camera->isDualCameraJustTakePic(0);  // a normal answer, logged at ERROR
+    EXPECT_THAT(logLines(),
+                ElementsAre(LogLine(ANDROID_LOG_ERROR, kTag, "qab isDualCameraJustTakePic.")));
+    bool called = false;
+    EXPECT_TRUE(camera->extFun("x", {"a"}, [&](const auto&) { called = true; }).isOk());
+    EXPECT_FALSE(called);
+}
+
+TEST_F(CameraCheckServiceTest, ModuleInfoShowsOneEntryPerLine) {
+    const struct {
+        const char* current;  // info|infoext|infoext2
+        const char* old;
+        const char* hwversion;
+        const char* expected;
+    } cases[] = {
+            {"back_camera=a;front_camera=b||x", "", "", "back_camera=a\nfront_camera=b"},
+            {"p;|q;|r", "o;", "9", "p\nq\nr"},
+            {"|x;|y", "back_camera=s5k;|front_camera=imx", "1.0",
+             "back_camera=s5k\nfront_camera=imx"},
+            {"", "b=1;||w=3", "19", "b=1\n"},
+            {"", "", "1", ""},
+            // Hardware 9 repeats the back module as the back sub-camera at every separator and
+            // leaves the other parts out; twelve characters are cut, whatever they are.
+            {"", "back_camera=s5k;front_camera=imx|x;|y", "9.1",
+             "back_camera=s5k\nback_subcamera=s5k\nfront_camera=imx"},
+            {"", "back_camera=s;f;w", "9",
+             "back_camera=s\nback_subcamera=s\nf\nback_subcamera=s\nw"},
+            {"", "back_camera=;f", "9", "back_camera=\nback_subcamera=\nf"},
+            {"|x;|y", "rear_camera1=imx;f", "9", "rear_camera1=imx\nback_subcamera==imx\nf"},
+    };
+    for (const auto& c : cases) {
+        setModuleProps("persist.vendor.camera.qo.module.", c.current);
+        setModuleProps("persist.camera.module.", c.old);
+        prop("ro.boot.hwversion", c.hwversion);
+        EXPECT_EQ(moduleInfo(cameraOn("qab")), c.expected) << c.expected;
+    }
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
+                ElementsAre("CameraInfo <persist.camera.module.info>--->NULL",
+                            "CameraInfo <persist.camera.module.infoext>--->x;",
+                            "CameraInfo <persist.camera.module.infoext2>--->y",
+                            "*** use old camera system properity ***",
+                            "getCameraModuleInfo  rear_camera1=imx\nback_subcamera==imx\nf "));
+}
+
+using CameraCheckServiceDeathTest = CameraCheckServiceTest;
+
+TEST_F(CameraCheckServiceDeathTest, OldModuleInfoWithoutItsLayoutStopsTheService) {
+    const struct {
+        const char* info;
+        const char* hwversion;  // nullptr: unset
+    } cases[] = {
+            {"back_camera=s5k;front_camera=imx", nullptr},
+            {"back_camera=s5k;front_camera=imx", ""},
+            {"back_camera=s5k", "9.1"},  // no separator: the back entry is empty
+            {"back_cam=x;front_camera=imx", "9"},
+            {";front_camera=imx", "9"},
+    };
+    for (const auto& c : cases) {
+        prop("persist.camera.module.info", c.info);
+        c.hwversion ? prop("ro.boot.hwversion", c.hwversion) : unsetProp("ro.boot.hwversion");
+        auto camera = cameraOn("qab");
+        EXPECT_DEATH(moduleInfo(camera), "") << c.info;
+    }
+}
+
+TEST_F(CameraCheckServiceTest, CalibrationFlag) {
+    const struct {
+        const char* current;  // nullptr: unset
+        const char* old;
+        int32_t expected;
+    } cases[] = {{"0", "3", 1},     {"3", "0", 2}, {"1", "", -1},
+                 {"00", "0", -1},   {"", "", 2},   {nullptr, nullptr, 2},
+                 {nullptr, "0", 1}, {"", "3", -1}, {"", "00", -1}};
+    for (const auto& c : cases) {
+        c.current ? prop("persist.vendor.camera.qo.dualcal.state", c.current)
+                  : unsetProp("persist.vendor.camera.qo.dualcal.state");
+        c.old ? prop("persist.camera.dualcal.state", c.old)
+              : unsetProp("persist.camera.dualcal.state");
+        EXPECT_EQ(value(cameraOn("qab")->getCameraCalFlag()), c.expected);
+        EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
+                    ElementsAre(std::string("Dual camera calibration status: ") +
+                                        (c.current ? c.current : ""),
+                                "getCameraCalFlag result is " + std::to_string(c.expected) + "."));
+    }
+}
+
+class CameraTorchTest : public CameraCheckServiceTest {
+  protected:
+    void SetUp() override {
+        CameraCheckServiceTest::SetUp();
+        for (const char* led : kTorchLeds) node(brightness(led), "");
+    }
+};
+
+TEST_F(CameraTorchTest, ControlTorchWritesWhatEachProductNeeds) {
+    const struct {
+        const char* product;
+        int32_t type;
+        bool on;
+        std::vector<std::string> journal;
+    } cases[] = {
+            // A switch per torch: the other torch's switch goes off.
+            {"dolv", 1, true, {"torch_0=" + k75, "switch_0=1", "switch_1=0"}},
+            {"qab", 1, false, {"switch_0=0", "switch_1=0"}},
+            {"pif", 2, true, {"torch_1=" + k75, "switch_0=0", "switch_1=1"}},
+            // sirnak has only the yellow torch, on switch 1.
+            {"sirnak", 1, true, {"torch_1=" + k75, "switch_1=1"}},
+            {"sirnak", 2, false, {"switch_1=0"}},
+            {"yutsirnak", 1, true, {"torch_1=" + k75, "switch_0=0", "switch_1=1"}},
+            // Everything else: one switch for both torches.
+            {"moto", 2, true, {"torch_1=" + k75, "switch_0=1"}},
+            {"moto", 1, false, {"switch_0=0"}},
+            {"moto", 3, true, {"torch_2=" + k60, "switch_1=1"}},
+            {"moto", 3, false, {"switch_1=0"}},
+            {"sirnak", 4, true, {"softlight_torch_0=1"}},
+            {"qab", 5, false, {"softlight_torch_1=0"}},
+            {"qab", 0, true, {}},
+            {"qab", 6, true, {}},
+    };
+    for (const auto& c : cases) {
+        auto camera = cameraOn(c.product);
+        const size_t before = openDescriptors();
+        camera->controlTorch(c.type, c.on);
+        EXPECT_EQ(openDescriptors(), before);
+        EXPECT_EQ(journal(), c.journal) << c.product << " type " << c.type;
+        if (c.journal.empty()) {
+            EXPECT_THAT(logLines(), IsEmpty());
+        }
+    }
+}
+
+TEST_F(CameraTorchTest, ControlTorchLogsEveryWriteResult) {
+    cameraOn("sirnak")->controlTorch(1, true);
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
+                ElementsAre("product is sirnak change torch from TORCH_BLUE to  TORCH_YELLOW",
+                            "Open TORCH_YELLOW",
+                            "Write TORCH_BLUE or TORCH_YELLOW retTorch0 = 0   retTorch1 = 3   "
+                            "retTorch_switch0 = 0   retTorch_switch1 =1"));
+    auto camera = cameraOn("qab");
+    camera->controlTorch(1, false);
+    camera->controlTorch(3, true);
+    camera->controlTorch(4, false);
+    camera->controlTorch(5, true);
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
+                ElementsAre("Close TORCH_BLUE or TORCH_YELLOW",
+                            "Write TORCH_BLUE or TORCH_YELLOW retTorch0 = 0   retTorch1 = 0   "
+                            "retTorch_switch0 = 1   retTorch_switch1 =1",
+                            "Write TORCH_SOFT_FLASH retTorch2 = 3  retTorch_switch1 = 1",
+                            "Write TORCH_SOFT_1 retSoft1 = 1", "Write TORCH_SOFT_2 retSoft2 = 1"));
+}
+
+TEST_F(CameraTorchTest, NothingIsWrittenUnlessEveryNodeOpens) {
+    const std::string kFailed = "Failed to open ";
+    const std::string kSome = "Failed to open some nodes, so return Void";
+    const struct {
+        int32_t type;  // 0: updateTorchBrightness(100)
+        std::vector<const char*> missing;
+        std::vector<std::string> errors;
+    } cases[] = {
+            {1, {"led:torch_0"}, {kFailed + "flash_led_torch_0 node.", kSome}},
+            {2, {"led:torch_1"}, {kFailed + "flash_led_torch_1 node.", kSome}},
+            {1, {"led:switch_0"}, {kFailed + "flash_led_switch_0 node.", kSome}},
+            {1,
+             {"led:torch_0", "led:switch_1"},
+             {kFailed + "flash_led_torch_0 node.", kFailed + "flash_led_switch_1 node.", kSome}},
+            {0, {"led:switch_1"}, {kFailed + "flash_led_switch_1 node.", kSome}},
+            {3, {"led:torch_2"}, {kFailed + "flash_led_torch_2 node.", kSome}},
+            {3, {"led:switch_1"}, {kFailed + "flash_led_switch_1 node.", kSome}},
+            {4, {"softlight_torch_0"}, {kFailed + "soft_light_torch_1 node."}},
+            {5, {"softlight_torch_1"}, {kFailed + "soft_light_torch_2 node."}},
+    };
+    for (const auto& c : cases) {
+        for (const char* led : kTorchLeds) node(brightness(led), "");
+        for (const char* led : c.missing) {
+            c.type == 1 ? denyNode(brightness(led)) : removeNode(brightness(led));
+        }
+        auto camera = cameraOn("qab");
+        const size_t before = openDescriptors();
+        c.type == 0 ? camera->updateTorchBrightness(100) : camera->controlTorch(c.type, true);
+        EXPECT_EQ(openDescriptors(), before);
+        EXPECT_THAT(writes(), IsEmpty());
+        EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR), ElementsAreArray(c.errors));
+        sandbox::reset();
+    }
+}
+
+TEST_F(CameraTorchTest, BrightnessGoesOutAsAnEightByteField) {
+    const struct {
+        const char* product;
+        int32_t level;
+        std::vector<std::string> journal;
+    } cases[] = {
+            {"qab",
+             150,
+             {"torch_0=" + field("150"), "torch_1=" + field("150"), "switch_0=1", "switch_1=1"}},
+            {"dolv", 0, {"switch_0=0", "switch_1=0"}},
+            {"sirnak", 7, {"torch_1=" + field("7"), "switch_1=1"}},
+            {"sirnak", 0, {"switch_1=0"}},
+            {"moto", -5, {"torch_0=" + field("-5"), "torch_1=" + field("-5"), "switch_0=1"}},
+            {"moto", 123456789, {"torch_0=12345678", "torch_1=12345678", "switch_0=1"}},
+            {"moto", INT_MIN, {"torch_0=-2147483", "torch_1=-2147483", "switch_0=1"}},
+    };
+    for (const auto& c : cases) {
+        auto camera = cameraOn(c.product);
+        const size_t before = openDescriptors();
+        camera->updateTorchBrightness(c.level);
+        EXPECT_EQ(openDescriptors(), before);
+        EXPECT_EQ(journal(), c.journal) << c.product << " " << c.level;
+    }
+    EXPECT_THAT(logged(kTag),
+                ElementsAre("updateTorchBrightness to -2147483648   retTorch0 = 8  "
+                            "retTorch1 = 8  retTorch_switch0 = 1  retTorch_switch1 = 0"));
+}
+
+TEST_F(CameraTorchTest, TorchListFollowsTheProductName) {
+    const struct {
+        const char* product;
+        std::vector<int32_t> expected;
+    } cases[] = {{"yutsirnak", {1, 2}}, {"zob", {1}},    {"helvr", {1}}, {"qab_in", {1, 2}},
+                 {"pif", {1, 2}},       {"sirnak", {1}}, {"dolv", {}},   {"", {}}};
+    for (const auto& c : cases) {
+        std::vector<int32_t> list = {-99};
+        cameraOn(c.product)->getTorchList([&](const hidl_vec<int32_t>& t) { list = t; });
+        EXPECT_EQ(list, c.expected) << c.product;
+        EXPECT_THAT(logged(kTag), ElementsAre(std::string("GetTorchList of ") + c.product +
+                                              "  size = " + std::to_string(c.expected.size())));
+    }
+}
+
+TEST(CameraReplaceTest, EveryOccurrenceIsReplacedSearchingFromTheStartAgain) {
+    sp<CameraCheckService> camera = new CameraCheckService();
+    EXPECT_EQ(camera->replaceCamera("a=x\nb=x", "x", "yy"), "a=yy\nb=yy");
+    EXPECT_EQ(camera->replaceCamera("aab", "ab", "b"), "b");  // the first makes a new "ab"
+    EXPECT_EQ(camera->replaceCamera("a;b", ";;", "\n"), "a;b");
+}
+
+}  // namespace
+}  // namespace tevhost
