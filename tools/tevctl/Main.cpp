@@ -57,6 +57,7 @@ Exit status: 0 done; 1 the service could not answer (area not available, library
 )";
 
 struct Options {
+    bool steps = false;  // run: each call's text output is headed by the call
     std::string device;
     bool json = false;
     bool log = false;
@@ -119,6 +120,11 @@ void printCall(const CallRecord& record, const Options& o) {
     if (o.json) {
         printf("%s\n", jsonCall(record, o.log).c_str());
     } else {
+        if (o.steps) {
+            std::string head = "> " + record.area->name + " " + record.op->name;
+            for (const Value& v : record.args.values()) head += " " + textValue(v);
+            printf("%s\n", head.c_str());
+        }
         printLines(answerLines(record));
         printLines(effectLines(record, o.log));
     }
@@ -282,7 +288,8 @@ class StepError {
     int status;
 };
 
-int commandRun(Session& session, Device& device, const Options& o, const std::string& file) {
+int commandRun(Session& session, Device& device, Options& o, const std::string& file) {
+    o.steps = true;
     std::ifstream in;
     std::istream* input = &std::cin;
     std::string name = "<stdin>";
@@ -292,7 +299,6 @@ int commandRun(Session& session, Device& device, const Options& o, const std::st
         input = &in;
         name = file;
     }
-    session.onTermination([&o](const CallRecord& r) { printCall(r, o); });
     std::string line;
     int number = 0;
     while (std::getline(*input, line)) {
@@ -313,7 +319,6 @@ int commandRun(Session& session, Device& device, const Options& o, const std::st
             } catch (const UsageError& e) {
                 fail(e.message);
             }
-            if (!o.json) printf("> %s\n", rest.c_str());
             CallRecord r = session.call(*request.area, *request.op, request.args);
             if (!r.available) fail(unavailable(*request.area), 1);
             printCall(r, o);

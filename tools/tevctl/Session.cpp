@@ -2,6 +2,7 @@
 
 #include <tevhost/Services.h>
 
+#include <cxxabi.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -40,7 +41,11 @@ std::string describeCurrentException() {
     try {
         std::rethrow_exception(e);
     } catch (const std::exception& ex) {
-        return std::string("uncaught ") + typeid(ex).name() + ": " + ex.what();
+        int status = 0;
+        char* name = abi::__cxa_demangle(typeid(ex).name(), nullptr, nullptr, &status);
+        std::string type = status == 0 && name ? name : typeid(ex).name();
+        free(name);
+        return "uncaught " + type + ": " + ex.what();
     } catch (...) {
         return "an uncaught exception";
     }
