@@ -102,10 +102,10 @@ TEST_F(TevVendorUtilsTest, GetPropertyLogsAndFallsBackToTheDefault) {
     for (const auto& c : cases) {
         log::clear();
         EXPECT_EQ(utils.getPropertyValue(c.key, c.defaultValue), c.expected) << c.key;
-        std::vector<::testing::Matcher<const log::Line&>> expected = {
-                LogLine(ANDROID_LOG_INFO, kTag,
-                        std::string("Getprop key = ") + c.key + " , value = " + c.expected +
-                                ", ret = " + std::to_string(c.ret))};
+        std::vector<::testing::Matcher<const log::Line&>> expected;
+        expected.push_back(LogLine(ANDROID_LOG_INFO, kTag,
+                                   std::string("Getprop key = ") + c.key + " , value = " +
+                                           c.expected + ", ret = " + std::to_string(c.ret)));
         if (c.ret == 0) {
             expected.push_back(
                     LogLine(ANDROID_LOG_ERROR, kTag, std::string("Getprop ") + c.key + " erro\n"));
