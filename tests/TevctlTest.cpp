@@ -169,6 +169,21 @@ TEST_F(TevctlTest, CallPrintsTheAnswerAsTextOrOneJsonObject) {
     }
 }
 
+TEST_F(TevctlTest, ListGivesEveryOperationWithItsTypesAndWhetherItReads) {
+    Result text = tevctl({"list"});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_THAT(text.out, HasSubstr("  setScreenEffectNew(NitMode mode) -> bool"));
+    EXPECT_THAT(text.out, ::testing::ContainsRegex("  getFlashLifeTime\\(\\) -> "
+                                                   "cb\\(vec<string>\\) +reads\n"));
+    EXPECT_THAT(text.out, ::testing::ContainsRegex("  controlLed\\(int32_t type, bool isOn\\) -> "
+                                                   "void +drives\n"));
+    Result json = tevctl({"--json", "list"});
+    EXPECT_THAT(json.out, HasSubstr(R"({"op":"getLedBrightness","args":[{"name":"type",)"
+                                    R"("type":"int32_t"},{"name":"isMax","type":"bool"}],)"
+                                    R"("return":"int32_t","callback":null,"reads":true})"));
+    EXPECT_EQ(lines(json.out).size(), 1u);
+}
+
 TEST_F(TevctlTest, LogLinesOfACallComeWithLog) {
     Result json = tevctl({"--json", "--log", "call", "version", "getBasebandVersion"});
     EXPECT_THAT(json.out, HasSubstr(R"("log":[{"prio":"I","tag":"vendor.quoril.hardware.)"
