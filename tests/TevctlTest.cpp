@@ -289,6 +289,15 @@ TEST_F(TevctlTest, SleepsAndWritesOfACallAreReportedOnEitherClock) {
                             "tevctl: display doSelfTestAndGetResult: sleeping 0.01 s"));
 }
 
+TEST_F(TevctlTest, AnAreaTheRootDoesNotHandOutIsAOneLineError) {
+    useFakeService();
+    Result r = tevctl({"--json", "call", "version", "getFSN"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_THAT(lines(r.err), ElementsAre("tevctl: area version is not available: the root hands "
+                                          "out no IVersionCheckService"));
+}
+
 TEST_F(TevctlTest, LogTextKeepsUtf8AndCallbackBytesAreEscaped) {
     useFakeService();
     Result r = tevctl({"--json", "--log", "call", "display", "getLcmInfo"});
