@@ -137,5 +137,16 @@ TEST_F(SandboxTest, SleepRunsOnTheVirtualClockAndCallsTheHook) {
     EXPECT_EQ(nodeContent("/proc/tp_selftest"), "2");
 }
 
+TEST_F(SandboxTest, NotifierSeesEverySleepVirtualOrReal) {
+    std::vector<std::pair<double, bool>> seen;
+    sandbox::setSleepNotifier([&](double s, bool real) { seen.emplace_back(s, real); });
+    usleep(1000);
+    sandbox::setVirtualClock(false);
+    usleep(1000);  // passes for real
+    sandbox::setVirtualClock(true);
+    EXPECT_THAT(seen, ElementsAre(std::make_pair(0.001, false), std::make_pair(0.001, true)));
+    EXPECT_THAT(sleeps(), ElementsAre(0.001));  // only the virtual one is on the clock
+}
+
 }  // namespace
 }  // namespace tevhost

@@ -49,6 +49,7 @@ struct State {
     std::vector<double> sleeps;
     double now = 0;
     std::function<void(double)> hook;
+    std::function<void(double, bool)> notifier;
 };
 
 State& state() {
@@ -205,16 +206,24 @@ void afterClose(int fd) {
     if (untrack(fd, &session, &reply)) playDriver(session, reply);
 }
 
+// Tells the notifier about the sleep; on the virtual clock also records it, calls the hook and
+// returns true (the caller then returns at once), else returns false (the caller really sleeps).
 bool sleepVirtually(double seconds) {
-    if (!gVirtual.load()) return false;
+    bool virtualSleep = gVirtual.load();
+    std::function<void(double, bool)> notifier;
     std::function<void(double)> hook;
     {
         State& s = state();
         std::lock_guard<std::mutex> guard(s.lock);
-        s.sleeps.push_back(seconds);
-        s.now += seconds;
-        hook = s.hook;
+        notifier = s.notifier;
+        if (virtualSleep) {
+            s.sleeps.push_back(seconds);
+            s.now += seconds;
+            hook = s.hook;
+        }
     }
+    if (notifier) notifier(seconds, !virtualSleep);
+    if (!virtualSleep) return false;
     if (hook) hook(seconds);
     return true;
 }
@@ -301,6 +310,11 @@ void setSleepHook(std::function<void(double)> hook) {
     state().hook = std::move(hook);
 }
 
+void setSleepNotifier(std::function<void(double, bool)> notifier) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().notifier = std::move(notifier);
+}
+
 void reset() {
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
@@ -310,6 +324,7 @@ void reset() {
     s.sleeps.clear();
     s.now = 0;
     s.hook = nullptr;
+    s.notifier = nullptr;
 }
 
 }  // namespace sandbox

@@ -42,8 +42,12 @@ bool virtualClock();
 std::vector<double> sleeps();  // seconds, in order
 double now();                  // virtual seconds slept so far
 void setSleepHook(std::function<void(double seconds)> hook);
+// Called at the start of every sleep (sleep, usleep, nanosleep, relative clock_nanosleep), on the
+// virtual clock (|real| false) and off it (|real| true), before the sleep passes: a tool shows
+// progress or records the sleeps of a real-time run through it.
+void setSleepNotifier(std::function<void(double seconds, bool real)> notifier);
 
-// Forgets journal, drivers, denials, sleeps, hook; keeps the root and the clock mode.
+// Forgets journal, drivers, denials, sleeps, hook and notifier; keeps the root and the clock mode.
 void reset();
 
 }  // namespace sandbox

@@ -1,0 +1,350 @@
+// tevctl driven as a user drives it: a process with arguments, standard input, output and exit
+// status, on device profiles made by each test.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Result {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string quote(const std::string& s) {
+    std::string q = "'";
+    for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const fs::path& path, const std::string& content) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) result.push_back(line);
+    return result;
+}
+
+class TevctlTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tevctltest.XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        mDir = pattern;
+        mProfile = mDir / "profile";
+        mTmp = mDir / "tmp";
+        fs::create_directories(mProfile / "fs");
+        fs::create_directories(mTmp);
+    }
+    void TearDown() override { fs::remove_all(mDir); }
+
+    void prop(const std::string& key, const std::string& value) {
+        std::ofstream(mProfile / "properties", std::ios::app)
+                << "[" << key << "]: [" << value << "]\n";
+    }
+    void node(const std::string& path, const std::string& content) {
+        writeFile(mProfile / "fs" / path.substr(1), content);
+    }
+    std::string profileNode(const std::string& path) {
+        return readFile(mProfile / "fs" / path.substr(1));
+    }
+
+    // Runs tevctl on this test's profile (unless the arguments name another device).
+    Result tevctl(std::vector<std::string> args, const std::string& input = "") {
+        bool device = false;
+        for (const auto& a : args) device = device || a == "--device";
+        if (!device) args.insert(args.begin(), {"--device", mProfile.string()});
+        return run(args, input);
+    }
+
+    Result run(const std::vector<std::string>& args, const std::string& input = "") {
+        writeFile(mDir / "stdin", input);
+        std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv + " " + TEVCTL_PATH;
+        for (const auto& a : args) command += " " + quote(a);
+        command +=
+                " <" + quote((mDir / "stdin").string()) + " 2>" + quote((mDir / "stderr").string());
+        Result r;
+        FILE* pipe = popen(command.c_str(), "r");
+        char buffer[4096];
+        for (size_t n; (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) r.out.append(buffer, n);
+        int status = pclose(pipe);
+        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        r.err = readFile(mDir / "stderr");
+        return r;
+    }
+
+    void useFakeService() { mEnv = std::string("TEVHOST_HAL_DIR=") + TEVCTL_FAKE_HAL_DIR; }
+
+    fs::path mDir, mProfile, mTmp;
+    std::string mEnv;
+};
+
+TEST_F(TevctlTest, UsageErrorsAreOneLineNamingWhatWasWrong) {
+    const struct {
+        std::vector<std::string> args;
+        const char* says;
+    } cases[] = {
+            {{}, "no command"},
+            {{"frob"}, "unknown command 'frob'"},
+            {{"--frob", "list"}, "unknown option '--frob'"},
+            {{"report", "x"}, "report takes no arguments"},
+            {{"call", "usb"}, "call needs AREA and OP"},
+            {{"call", "lamp", "x"}, "unknown area 'lamp'"},
+            {{"call", "usb", "getUsbStatus"}, "usb has no operation 'getUsbStatus'"},
+            {{"call", "usb", "isMicroUsbDevice", "1"}, "takes 0 arguments (), not 1"},
+            {{"call", "leds", "controlLed", "1"}, "takes 2 arguments (int32_t type, bool isOn)"},
+            {{"call", "leds", "getLedBrightness", "x1", "true"}, "argument type must be"},
+            {{"call", "leds", "getLedBrightness", "2147483648", "1"}, "argument type must be"},
+            {{"call", "leds", "controlLed", "1", "yes"}, "argument isOn must be true, false"},
+            {{"call", "fp", "setScreenEffectNew", "NIT_999"}, "NIT_DEFAULT, NIT_300"},
+            {{"call", "charger", "controlReverseWirelessCharge", "on"}, "control must be"},
+            {{"--device", "/nonexistent/profile", "list"}, "no device profile at"},
+    };
+    for (const auto& c : cases) {
+        Result r = tevctl(c.args);
+        std::string what = ::testing::PrintToString(c.args);
+        EXPECT_EQ(r.status, 2) << what;
+        EXPECT_EQ(r.out, "") << what;
+        EXPECT_THAT(lines(r.err), ElementsAre(StartsWith("tevctl: "))) << what;
+        EXPECT_THAT(r.err, HasSubstr(c.says)) << what;
+    }
+}
+
+TEST_F(TevctlTest, CallPrintsTheAnswerAsTextOrOneJsonObject) {
+    prop("ro.orvu.singlesim", "1");
+    node("/sys/class/x/node", "old");
+    const struct {
+        std::vector<std::string> args;
+        const char* out;
+    } cases[] = {
+            {{"call", "version", "isSingleSim"}, "true\n"},
+            {{"call", "version", "getBasebandVersion"}, "\"unknown\"\n"},
+            {{"call", "nfc", "getNfcChipModule"}, "(no callback)\n"},
+            {{"--json", "call", "version", "isSingleSim"},
+             R"({"area":"version","op":"isSingleSim","args":[],"return":true,"callbacks":[],)"
+             R"("writes":[],"sleeps":[]})"
+             "\n"},
+            {{"--json", "call", "nfc", "getNfcChipModule"},
+             R"({"area":"nfc","op":"getNfcChipModule","args":[],"callbacks":[],"writes":[],)"
+             R"("sleeps":[]})"
+             "\n"},
+            {{"--json", "call", "usb", "extFun", "x", "a,,b"},
+             R"({"area":"usb","op":"extFun","args":["x",["a","","b"]],"callbacks":[],)"
+             R"("writes":[],"sleeps":[]})"
+             "\n"},
+            // The exact bytes of a node write; non-ASCII callback text stays UTF-8.
+            {{"call", "root", "setVendorFileValue", "/sys/class/x/node", "\xc3\xa9\t1"},
+             "\"success\"\nwrite /sys/class/x/node \"\\xc3\\xa9\\t1\"\n"},
+            {{"--json", "call", "root", "setVendorFileValue", "/sys/class/x/node", "\xc3\xa9\t1"},
+             R"({"area":"root","op":"setVendorFileValue","args":["/sys/class/x/node","é\u00091"],)"
+             R"("callbacks":["success"],"writes":[{"path":"/sys/class/x/node",)"
+             R"("data":"\u00c3\u00a9\u00091"}],"sleeps":[]})"
+             "\n"},
+    };
+    for (const auto& c : cases) {
+        Result r = tevctl(c.args);
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.out, c.out) << ::testing::PrintToString(c.args);
+    }
+}
+
+TEST_F(TevctlTest, ListGivesEveryOperationWithItsTypesAndWhetherItReads) {
+    Result text = tevctl({"list"});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_THAT(text.out, HasSubstr("  setScreenEffectNew(NitMode mode) -> bool"));
+    EXPECT_THAT(text.out, ::testing::ContainsRegex("  getFlashLifeTime\\(\\) -> "
+                                                   "cb\\(vec<string>\\) +reads\n"));
+    EXPECT_THAT(text.out, ::testing::ContainsRegex("  controlLed\\(int32_t type, bool isOn\\) -> "
+                                                   "void +drives\n"));
+    Result json = tevctl({"--json", "list"});
+    EXPECT_THAT(json.out, HasSubstr(R"({"op":"getLedBrightness","args":[{"name":"type",)"
+                                    R"("type":"int32_t"},{"name":"isMax","type":"bool"}],)"
+                                    R"("return":"int32_t","callback":null,"reads":true})"));
+    EXPECT_EQ(lines(json.out).size(), 1u);
+}
+
+TEST_F(TevctlTest, LogLinesOfACallComeWithLog) {
+    Result json = tevctl({"--json", "--log", "call", "version", "getBasebandVersion"});
+    EXPECT_THAT(json.out, HasSubstr(R"("log":[{"prio":"I","tag":"vendor.quoril.hardware.)"
+                                    R"(tevvendorservice@1.0-TevVendorUtils","msg":"Getprop key = )"
+                                    R"(gsm.version.baseband , value = unknown, ret = 7"}]})"));
+    Result text = tevctl({"--log", "call", "root", "getVendorFileValue", "/sys/absent"});
+    EXPECT_THAT(lines(text.out),
+                ElementsAre("\"\"",
+                            "log E/vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils: "
+                            "Failed to open node /sys/absent",
+                            "log I/vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils: "
+                            "ReadFilePathValue path = /sys/absent value = "));
+}
+
+TEST_F(TevctlTest, RunKeepsStateAcrossStepsAndStopsAtTheFirstBadOne) {
+    const char* script = R"(# property, node and driver steps between calls
+prop ro.orvu.singlesim 1
+call version isSingleSim
+prop ro.orvu.singlesim
+call version isSingleSim
+
+node /sys/class/power_supply/usb/typec_cc_orientation 2\n
+call usb getUsbPluginStatus
+rmnode /sys/class/power_supply/usb/typec_cc_orientation
+call usb getUsbPluginStatus
+call root setVendorProperty persist.vendor.x "a b"
+call root getVendorProperty persist.vendor.x none
+node /proc/tp_selftest
+respond /proc/tp_selftest short 2\n
+call root setVendorFileValue /proc/tp_selftest short
+call root getVendorFileValue /proc/tp_selftest
+blink twice
+call usb getUsbPluginStatus
+)";
+    Result r = tevctl({"--json", "run"}, script);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_THAT(lines(r.err), ElementsAre("tevctl: <stdin>:17: unknown step 'blink' (call, prop, "
+                                          "node, rmnode, respond)"));
+    std::vector<std::string> answers;
+    for (const auto& line : lines(r.out)) {
+        size_t at = line.find("\"return\":");
+        if (at == std::string::npos) at = line.find("\"callbacks\":");
+        answers.push_back(line.substr(at, line.find(",\"writes\"") - at));
+    }
+    EXPECT_THAT(answers,
+                ElementsAre(R"("return":true,"callbacks":[])", R"("return":false,"callbacks":[])",
+                            R"("return":2,"callbacks":[])", R"("return":-1,"callbacks":[])",
+                            R"("callbacks":["success"])", R"("callbacks":["a b"])",
+                            R"("callbacks":["success"])", R"("callbacks":["2"])"));
+}
+
+TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
+    const struct {
+        const char* step;
+        const char* says;
+    } cases[] = {
+            {"call usb", "call needs AREA and OP"},
+            {"call usb getUsbPluginStatus \"open", "a quote is not closed"},
+            {"node /etc/passwd x", "'/etc/passwd' is not a device path"},
+            {"node /sys/x a\\qb", "unknown escape \\q"},
+            {"respond /sys/x", "respond needs PATH WORD REPLY"},
+            {"call leds getLedsList", "area leds is not available"},
+    };
+    writeFile(mDir / "steps", "");
+    for (const auto& c : cases) {
+        writeFile(mDir / "steps", std::string("call usb getUsbPluginStatus\n") + c.step + "\n");
+        Result r = tevctl({"run", (mDir / "steps").string()});
+        if (std::string(c.step) == "call leds getLedsList" && r.status == 0) continue;  // merged
+        EXPECT_NE(r.status, 0) << c.step;
+        EXPECT_EQ(lines(r.out).size(), 2u) << c.step;  // the first call ran: "> ..." and -1
+        EXPECT_THAT(r.err, StartsWith("tevctl: " + (mDir / "steps").string() + ":2: ")) << c.step;
+        EXPECT_THAT(r.err, HasSubstr(c.says)) << c.step;
+    }
+}
+
+TEST_F(TevctlTest, ScratchCopyKeepsTheProfileInPlaceWritesThrough) {
+    node("/sys/class/x/node", "old");
+    Result scratch = tevctl({"call", "root", "setVendorFileValue", "/sys/class/x/node", "new"});
+    EXPECT_EQ(scratch.status, 0);
+    EXPECT_EQ(profileNode("/sys/class/x/node"), "old");
+    EXPECT_TRUE(fs::is_empty(mTmp)) << "the scratch copy is removed";
+    Result inPlace =
+            tevctl({"--in-place", "call", "root", "setVendorFileValue", "/sys/class/x/node", "new"});
+    EXPECT_EQ(inPlace.status, 0);
+    EXPECT_EQ(profileNode("/sys/class/x/node"), "new");
+}
+
+TEST_F(TevctlTest, SleepsAndWritesOfACallAreReportedOnEitherClock) {
+    useFakeService();
+    node("/proc/tp_selftest", "");
+    const char* expected =
+            R"({"area":"display","op":"doSelfTestAndGetResult","args":[],"return":true,)"
+            R"("callbacks":[],"writes":[{"path":"/proc/tp_selftest","data":"short"},)"
+            R"({"path":"/proc/tp_selftest","data":"open"}],"sleeps":[0.02,0.01]})"
+            "\n";
+    Result virtualClock = tevctl({"--json", "call", "display", "doSelfTestAndGetResult"});
+    EXPECT_EQ(virtualClock.out, expected);
+    EXPECT_EQ(virtualClock.err, "");
+    Result realTime = tevctl({"--real-time", "--json", "call", "display", "doSelfTestAndGetResult"});
+    EXPECT_EQ(realTime.out, expected);
+    EXPECT_THAT(lines(realTime.err),
+                ElementsAre("tevctl: display doSelfTestAndGetResult: sleeping 0.02 s",
+                            "tevctl: display doSelfTestAndGetResult: sleeping 0.01 s"));
+}
+
+TEST_F(TevctlTest, AnAreaTheRootDoesNotHandOutIsAOneLineError) {
+    useFakeService();
+    Result r = tevctl({"--json", "call", "version", "getFSN"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_THAT(lines(r.err), ElementsAre("tevctl: area version is not available: the root hands "
+                                          "out no IVersionCheckService"));
+}
+
+TEST_F(TevctlTest, LogTextKeepsUtf8AndCallbackBytesAreEscaped) {
+    useFakeService();
+    Result r = tevctl({"--json", "--log", "call", "display", "getLcmInfo"});
+    EXPECT_THAT(r.out, HasSubstr(R"("callbacks":["panel\u0001é\u00ff"])"));
+    EXPECT_THAT(r.out, HasSubstr(R"({"prio":"I","tag":"FakeDisplay",)"
+                                 R"("msg":"630尼特绿斑亮度测试\u000a"})"));
+}
+
+TEST_F(TevctlTest, AProcessEndedDuringACallPrintsWhatItHad) {
+    useFakeService();
+    node("/sys/class/leds/lcd-backlight/brightness", "0\n");
+    Result call = tevctl({"--json", "call", "display", "getBacklightValue"});
+    EXPECT_NE(call.status, 0);
+    EXPECT_THAT(call.out, StartsWith(R"({"area":"display","op":"getBacklightValue","args":[],)"
+                                     R"("callbacks":[],"writes":[{"path":"/sys/class/leds/)"
+                                     R"(lcd-backlight/brightness","data":"1"}],"sleeps":[],)"
+                                     R"("terminated":"uncaught std::invalid_argument: stoi"})"));
+    EXPECT_THAT(call.err, HasSubstr("the process ended during display getBacklightValue"));
+    EXPECT_TRUE(fs::is_empty(mTmp)) << "the scratch copy is removed";
+
+    // The report has printed every area before, and closes its JSON object.
+    Result report = tevctl({"--json", "report"});
+    EXPECT_NE(report.status, 0);
+    EXPECT_THAT(report.out, StartsWith(R"({"device":)"));
+    EXPECT_THAT(report.out, HasSubstr(R"({"area":"version","interface":"IVersionCheckService",)"
+                                      R"("calls":[],"available":false})"));
+    EXPECT_THAT(report.out, HasSubstr(R"("op":"getLcmInfo")"));
+    EXPECT_THAT(report.out, HasSubstr(R"("terminated":)"));
+    EXPECT_EQ(lines(report.out).size(), 1u);
+    EXPECT_THAT(report.out, ::testing::EndsWith("],\"available\":true}]}\n"));
+}
+
+TEST_F(TevctlTest, EveryBundledProfileReportsEveryArea) {
+    for (const auto& entry : fs::directory_iterator(TEV_SOURCE_DIR "/devices")) {
+        std::string name = entry.path().filename();
+        Result json = tevctl({"--device", name, "--json", "report"});
+        EXPECT_EQ(json.status, 0) << name << ": " << json.err;
+        EXPECT_EQ(lines(json.out).size(), 1u) << name;
+        for (const char* area : {"version", "leds", "flashlife", "camera", "charger", "nfc", "usb",
+                                 "battery", "sensor", "display", "fp", "audio"}) {
+            EXPECT_THAT(json.out, HasSubstr(std::string("{\"area\":\"") + area + "\""))
+                    << name << " " << area;
+        }
+        Result text = tevctl({"--device", name, "report"});
+        EXPECT_EQ(text.status, 0) << name << ": " << text.err;
+        EXPECT_THAT(text.out, StartsWith("AREA"));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include "Device.h"
+
+#include <tevhost/Properties.h>
+#include <tevhost/Sandbox.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "Parse.h"
+
+#ifndef TEVCTL_DEVICES_DIR
+#define TEVCTL_DEVICES_DIR "devices"
+#endif
+
+namespace fs = std::filesystem;
+
+namespace tevctl {
+
+namespace {
+
+using namespace tevhost;
+
+// "PATH WORD REPLY" lines; WORD and REPLY take C escapes, REPLY is the rest of the line.
+bool loadDrivers(const std::string& file, std::string* error) {
+    std::ifstream in(file);
+    if (!in) return true;  // the file is optional
+    std::string line;
+    int number = 0;
+    while (std::getline(in, line)) {
+        ++number;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        std::string path, rest, word, reply, problem;
+        firstWord(line, &path, &rest);
+        if (path.empty() || path[0] == '#') continue;
+        std::string rawWord, rawReply;
+        firstWord(rest, &rawWord, &rawReply);
+        if (sandbox::devicePath(path).empty()) {
+            problem = "'" + path + "' is not a device path";
+        } else if (rawWord.empty()) {
+            problem = "a driver needs PATH WORD REPLY";
+        } else if (!decodeEscapes(rawWord, &word, &problem) ||
+                   !decodeEscapes(rawReply, &reply, &problem)) {
+            // |problem| says what was wrong
+        } else {
+            sandbox::respond(sandbox::devicePath(path), word, reply);
+            continue;
+        }
+        *error = file + ":" + std::to_string(number) + ": " + problem;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string bundledDevicesDir() {
+    const char* dir = getenv("TEVCTL_DEVICES");
+    return dir && *dir ? dir : TEVCTL_DEVICES_DIR;
+}
+
+std::string defaultProfile() {
+    return bundledDevicesDir() + "/qab";
+}
+
+std::string resolveProfile(const std::string& arg) {
+    std::error_code ec;
+    if (fs::is_directory(arg, ec)) return arg;
+    if (arg.find('/') == std::string::npos) {
+        std::string bundled = bundledDevicesDir() + "/" + arg;
+        if (fs::is_directory(bundled, ec)) return bundled;
+    }
+    return arg;
+}
+
+Device::~Device() {
+    close();
+}
+
+bool Device::open(const std::string& dir, bool inPlace, std::string* error) {
+    std::error_code ec;
+    mDir = dir;
+    fs::path profile = fs::absolute(dir, ec);
+    fs::path properties = profile / "properties";
+    fs::path nodes = profile / "fs";
+    if (!fs::is_directory(profile, ec) ||
+        (!fs::exists(properties, ec) && !fs::is_directory(nodes, ec))) {
+        *error = "no device profile at " + dir + " (it needs a properties file or an fs folder)";
+        return false;
+    }
+    props::clear();
+    int badLine = 0;
+    if (fs::exists(properties, ec) && !props::loadFile(properties, &badLine)) {
+        *error = properties.string() + ":" + std::to_string(badLine) +
+                 ": neither '[key]: [value]' nor 'key=value'";
+        if (badLine == 0) *error = "cannot read " + properties.string();
+        return false;
+    }
+    std::string root;
+    if (inPlace) {
+        fs::create_directories(nodes, ec);
+        root = nodes.string();
+    } else {
+        const char* tmp = getenv("TMPDIR");
+        std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/tevctl.XXXXXX";
+        if (mkdtemp(&pattern[0]) == nullptr) {
+            *error = "cannot make a scratch folder in " + pattern;
+            return false;
+        }
+        mScratch = pattern;
+        root = mScratch;
+        if (fs::is_directory(nodes, ec)) {
+            fs::copy(nodes, root, fs::copy_options::recursive | fs::copy_options::copy_symlinks, ec);
+            if (ec) {
+                *error = "cannot copy " + nodes.string() + ": " + ec.message();
+                return false;
+            }
+        }
+    }
+    sandbox::reset();
+    sandbox::setRoot(root);
+    return loadDrivers((profile / "drivers").string(), error);
+}
+
+void Device::close() {
+    if (mScratch.empty()) return;
+    tevhost::sandbox::setRoot("");
+    std::error_code ignored;
+    fs::remove_all(mScratch, ignored);
+    mScratch.clear();
+}
+
+bool Device::writeNode(const std::string& path, const std::string& content, std::string* error) {
+    std::string device = tevhost::sandbox::devicePath(path);
+    if (device.empty()) {
+        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        return false;
+    }
+    fs::path host = tevhost::sandbox::hostPath(device);
+    std::error_code ec;
+    fs::create_directories(host.parent_path(), ec);
+    std::ofstream out(host, std::ios::binary | std::ios::trunc);
+    out << content;
+    if (!out.flush()) {
+        *error = "cannot write " + device;
+        return false;
+    }
+    return true;
+}
+
+bool Device::removeNode(const std::string& path, std::string* error) {
+    std::string device = tevhost::sandbox::devicePath(path);
+    if (device.empty()) {
+        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        return false;
+    }
+    std::error_code ec;
+    fs::remove_all(tevhost::sandbox::hostPath(device), ec);
+    return true;
+}
+
+}  // namespace tevctl

@@ -1,0 +1,144 @@
+#include "Session.h"
+
+#include <tevhost/Services.h>
+
+#include <cxxabi.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <typeinfo>
+
+namespace tevctl {
+
+namespace {
+
+using namespace tevhost;
+
+// The call in flight, reached from the sleep notifier and the termination handlers.
+struct InFlight {
+    CallRecord* record = nullptr;
+    size_t firstWrite = 0;
+    size_t firstLog = 0;
+    std::function<void(const CallRecord&)> print;
+    std::function<void()> cleanUp;
+};
+
+InFlight gFlight;
+
+void collect(CallRecord& record) {
+    std::vector<sandbox::Write> writes = sandbox::writes();
+    record.writes.assign(writes.begin() + std::min(gFlight.firstWrite, writes.size()), writes.end());
+    std::vector<log::Line> lines = log::lines();
+    record.log.assign(lines.begin() + std::min(gFlight.firstLog, lines.size()), lines.end());
+}
+
+std::string describeCurrentException() {
+    std::exception_ptr e = std::current_exception();
+    if (!e) return "the process was aborted";
+    try {
+        std::rethrow_exception(e);
+    } catch (const std::exception& ex) {
+        int status = 0;
+        char* name = abi::__cxa_demangle(typeid(ex).name(), nullptr, nullptr, &status);
+        std::string type = status == 0 && name ? name : typeid(ex).name();
+        free(name);
+        return "uncaught " + type + ": " + ex.what();
+    } catch (...) {
+        return "an uncaught exception";
+    }
+}
+
+void reportTermination(const std::string& why) {
+    fflush(stdout);
+    CallRecord* record = gFlight.record;
+    gFlight.record = nullptr;  // once only
+    if (record == nullptr) return;
+    collect(*record);
+    record->terminated = why;
+    if (gFlight.print) gFlight.print(*record);
+    fflush(stdout);
+    fprintf(stderr, "tevctl: the process ended during %s %s: %s\n", record->area->name.c_str(),
+            record->op->name.c_str(), why.c_str());
+    if (gFlight.cleanUp) gFlight.cleanUp();
+}
+
+[[noreturn]] void onTerminate() {
+    reportTermination(describeCurrentException());
+    _exit(134);
+}
+
+void onAbort(int) {
+    // Best effort: the product aborted (a failed Return, an explicit abort) during the call.
+    reportTermination("the process was aborted");
+    _exit(134);
+}
+
+}  // namespace
+
+Session::Session(bool realTime) {
+    sandbox::setVirtualClock(!realTime);
+    sandbox::setSleepNotifier([](double seconds, bool real) {
+        if (gFlight.record == nullptr) return;
+        gFlight.record->sleeps.push_back(seconds);
+        if (real) {
+            fprintf(stderr, "tevctl: %s %s: sleeping %g s\n", gFlight.record->area->name.c_str(),
+                    gFlight.record->op->name.c_str(), seconds);
+        }
+    });
+    std::set_terminate(onTerminate);
+    signal(SIGABRT, onAbort);
+}
+
+Session::~Session() {
+    sandbox::setSleepNotifier(nullptr);
+    mRoot.clear();
+}
+
+bool Session::start(std::string* error) {
+    mRoot = ITevVendorService::getService("default");
+    if (mRoot == nullptr) {
+        *error = "cannot load the service library from " + halLibraryDir() +
+                 " (set TEVHOST_HAL_DIR to the folder of "
+                 "vendor.quoril.hardware.tevvendorservice@1.0-impl.so)";
+        return false;
+    }
+    return true;
+}
+
+bool Session::available(const Area& area) {
+    return area.get(*mRoot) != nullptr;
+}
+
+CallRecord Session::call(const Area& area, const Operation& op, const Args& args) {
+    CallRecord record;
+    record.area = &area;
+    record.op = &op;
+    record.args = args;
+    gFlight.firstWrite = sandbox::writes().size();
+    gFlight.firstLog = log::lines().size();
+    gFlight.record = &record;
+    // The area object is asked for inside the call, so that what its constructor logs on the
+    // first request belongs to the call that caused it.
+    sp<IBase> service = area.get(*mRoot);
+    if (service == nullptr) {
+        record.available = false;
+    } else {
+        op.call(*service, args, record.outcome);
+    }
+    gFlight.record = nullptr;
+    collect(record);
+    return record;
+}
+
+void Session::onTermination(std::function<void(const CallRecord&)> print) {
+    gFlight.print = std::move(print);
+}
+
+void Session::atTermination(std::function<void()> cleanUp) {
+    gFlight.cleanUp = std::move(cleanUp);
+}
+
+}  // namespace tevctl

@@ -1,0 +1,53 @@
+// One tevctl process as a client of the service: the root obtained by passthrough lookup, and
+// calls made through the catalogue with everything they caused captured (answers, node writes,
+// sleeps, log lines).
+#pragma once
+
+#include <tevhost/Log.h>
+#include <tevhost/Sandbox.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Catalog.h"
+
+namespace tevctl {
+
+struct CallRecord {
+    const Area* area = nullptr;
+    const Operation* op = nullptr;
+    Args args;
+    bool available = true;  // false when the root handed out no object for the area
+    Outcome outcome;
+    std::vector<tevhost::sandbox::Write> writes;
+    std::vector<double> sleeps;
+    std::vector<tevhost::log::Line> log;
+    std::string terminated;  // why the process ended during the call, if it did
+};
+
+class Session {
+  public:
+    // |realTime|: sleeps really pass, with a progress line on stderr for each.
+    explicit Session(bool realTime);
+    ~Session();
+
+    // Obtains the root as a client does; false with |error| when the library cannot be loaded.
+    bool start(std::string* error);
+
+    // Whether the root hands out an object for |area| (the root itself always is one).
+    bool available(const Area& area);
+
+    CallRecord call(const Area& area, const Operation& op, const Args& args);
+
+    // Called with what the call in flight had done when the process ends during it; the
+    // callee prints it. The process then exits with status 134.
+    void onTermination(std::function<void(const CallRecord&)> print);
+    // Called last when the process ends during a call (removing the scratch copy, for instance).
+    void atTermination(std::function<void()> cleanUp);
+
+  private:
+    sp<ITevVendorService> mRoot;
+};
+
+}  // namespace tevctl
