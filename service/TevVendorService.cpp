@@ -2,6 +2,7 @@
 
 #include "AudioCheckService.h"
 #include "NfcCheckService.h"
+#include "SensorCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
 #include "VersionCheckService.h"
@@ -76,7 +77,7 @@ Return<sp<IBatteryCheckService>> TevVendorService::getExtensionBatteryCheckServi
 }
 
 Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService() {
-    return mSensorCheckService;
+    return lazyArea<SensorCheckService>(mSensorCheckService);
 }
 
 Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckService() {
