@@ -9,6 +9,7 @@
 #include "FPCheckService.h"
 #include "LedsCheckService.h"
 #include "NfcCheckService.h"
+#include "SensorCheckService.h"
 #include "TevVendorUtils.h"
 #include "UsbCheckService.h"
 #include "VersionCheckService.h"
@@ -83,7 +84,7 @@ Return<sp<IBatteryCheckService>> TevVendorService::getExtensionBatteryCheckServi
 }
 
 Return<sp<ISensorCheckService>> TevVendorService::getExtensionSensorCheckService() {
-    return mSensorCheckService;
+    return lazyArea<SensorCheckService>(mSensorCheckService);
 }
 
 Return<sp<IDisplayCheckService>> TevVendorService::getExtensionDisplayCheckService() {

@@ -1,0 +1,30 @@
+// Reading the small "key=value" files of a device profile that configure the host's stand-ins.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tevhost {
+namespace kv {
+
+struct Entry {
+    int line;  // 1-based
+    std::string key;
+    std::string value;
+};
+
+// Reads "key=value" lines, blanks around key and value trimmed; blank lines and lines starting
+// with '#' are skipped. False when the file cannot be read, or (with |badLine| set) when a line has
+// no '=' or an empty key.
+bool read(const std::string& path, std::vector<Entry>* entries, int* badLine);
+
+// Whole-text conversions; false for anything else (blanks, trailing text, out of range).
+bool toInt(const std::string& text, int32_t* value);    // decimal, sign allowed
+bool toBool(const std::string& text, bool* value);      // true, false, 1, 0
+bool toDouble(const std::string& text, double* value);  // finite decimal number
+// A comma-separated list of decimal integers, blanks around each allowed; at least one.
+bool toIntList(const std::string& text, std::vector<int32_t>* values);
+
+}  // namespace kv
+}  // namespace tevhost
