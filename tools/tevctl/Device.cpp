@@ -1,7 +1,9 @@
 #include "Device.h"
 
+#include <tevhost/FakeSensorService.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
+#include <tevhost/SensorCal.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -50,6 +52,19 @@ bool loadDrivers(const std::string& file, std::string* error) {
         return false;
     }
     return true;
+}
+
+// The closed calibration library and the sibling sensor service answer as the profile says; a
+// profile without a "hall" file has no sibling service at all.
+bool loadOptional(const fs::path& file, bool (*load)(const std::string&, int*), std::string* error) {
+    std::error_code ec;
+    if (!fs::exists(file, ec)) return true;
+    int badLine = 0;
+    if (load(file.string(), &badLine)) return true;
+    *error = badLine == 0
+                     ? "cannot read " + file.string()
+                     : file.string() + ":" + std::to_string(badLine) + ": not a key=value line";
+    return false;
 }
 
 }  // namespace
@@ -119,7 +134,9 @@ bool Device::open(const std::string& dir, bool inPlace, std::string* error) {
     }
     sandbox::reset();
     sandbox::setRoot(root);
-    return loadDrivers((profile / "drivers").string(), error);
+    return loadDrivers((profile / "drivers").string(), error) &&
+           loadOptional(profile / "sensorcal", tevhost::sensorcal::loadFile, error) &&
+           loadOptional(profile / "hall", tevhost::hall::loadFile, error);
 }
 
 void Device::close() {
