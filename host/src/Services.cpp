@@ -3,6 +3,7 @@
 
 #include <android/hidl/base/1.0/IBase.h>
 #include <dlfcn.h>
+#include <hidl/ServiceManagement.h>
 #include <log/log.h>
 #include <tevhost/Services.h>
 
@@ -76,3 +77,23 @@ void* passthroughFactory(const std::string& descriptor) {
 }
 
 }  // namespace tevhost
+
+namespace android {
+namespace hardware {
+
+std::vector<std::string> getAllHalInstanceNames(const std::string& descriptor) {
+    std::vector<std::string> names;
+    {
+        std::lock_guard<std::mutex> guard(tevhost::registry().lock);
+        for (const auto& entry : tevhost::registry().services) {
+            if (entry.first.first == descriptor) names.push_back(entry.first.second);
+        }
+    }
+    if (names.empty() && tevhost::passthroughFactory(descriptor) != nullptr) {
+        names.push_back("default");
+    }
+    return names;
+}
+
+}  // namespace hardware
+}  // namespace android
