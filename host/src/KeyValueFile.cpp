@@ -9,7 +9,6 @@
 
 namespace tevhost {
 namespace kv {
-namespace {
 
 std::string trim(const std::string& s) {
     size_t b = s.find_first_not_of(" \t\r");
@@ -17,8 +16,6 @@ std::string trim(const std::string& s) {
     size_t e = s.find_last_not_of(" \t\r");
     return s.substr(b, e - b + 1);
 }
-
-}  // namespace
 
 bool read(const std::string& path, std::vector<Entry>* entries, int* badLine) {
     std::ifstream in(path);

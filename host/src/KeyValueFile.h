@@ -14,6 +14,9 @@ struct Entry {
     std::string value;
 };
 
+// |s| without the blanks, tabs and carriage returns around it.
+std::string trim(const std::string& s);
+
 // Reads "key=value" lines, blanks around key and value trimmed; blank lines and lines starting
 // with '#' are skipped. False when the file cannot be read, or (with |badLine| set) when a line has
 // no '=' or an empty key.

@@ -2,6 +2,8 @@
 // rules: values are at most PROPERTY_VALUE_MAX - 1 bytes, an unset or empty property yields the
 // default, and a "ro." property can be set only once.
 #include <cutils/properties.h>
+
+#include "KeyValueFile.h"
 #include <tevhost/Properties.h>
 
 #include <cstring>
@@ -20,13 +22,6 @@ struct Store {
 Store& store() {
     static Store* s = new Store;  // never destroyed: property_get may run during exit
     return *s;
-}
-
-std::string trim(const std::string& s) {
-    size_t b = s.find_first_not_of(" \t\r");
-    if (b == std::string::npos) return "";
-    size_t e = s.find_last_not_of(" \t\r");
-    return s.substr(b, e - b + 1);
 }
 
 }  // namespace
@@ -65,7 +60,7 @@ bool loadFile(const std::string& path, int* badLine) {
     int number = 0;
     while (std::getline(in, line)) {
         ++number;
-        std::string text = trim(line);
+        std::string text = kv::trim(line);
         if (text.empty() || text[0] == '#') continue;
         if (text[0] == '[') {
             // getprop form: [key]: [value]
@@ -82,7 +77,7 @@ bool loadFile(const std::string& path, int* badLine) {
             if (badLine) *badLine = number;
             return false;
         }
-        set(trim(text.substr(0, eq)), line.substr(line.find('=') + 1));
+        set(kv::trim(text.substr(0, eq)), line.substr(line.find('=') + 1));
     }
     return true;
 }
