@@ -1,5 +1,6 @@
 // Fixture of the area tests: a node in any state a handset can present, a property set or unset
-// from one argument, the process's open descriptors, and what an operation hands its callback.
+// from one argument, an area's log lines with their priorities, the process's open descriptors,
+// and what an operation hands its callback.
 #pragma once
 
 #include <filesystem>
@@ -85,8 +86,9 @@ class AreaTest : public HandsetTest {
     static std::vector<std::string> logOf(const std::string& tag) {
         std::vector<std::string> lines;
         for (const auto& line : log::lines()) {
-            if (line.tag == tag)
+            if (line.tag == tag) {
                 lines.push_back(log::priorityLetter(line.priority) + (" " + line.text));
+            }
         }
         return lines;
     }
