@@ -1,19 +1,13 @@
 #include "CameraCheckService.h"
 
+#include <algorithm>
 #include <climits>
-#include <filesystem>
 
-#include "HandsetTest.h"
+#include "AreaTest.h"
 
 namespace tevhost {
 namespace {
 
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 using ::vendor::quoril::hardware::tevvendorservice::implementation::CameraCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ICameraCheckService;
 
@@ -21,30 +15,22 @@ constexpr const char* kTag = "CameraCheckService-hal";
 const char* const kTorchLeds[] = {"led:torch_0",      "led:torch_1",  "led:torch_2",
                                   "led:switch_0",     "led:switch_1", "softlight_torch_0",
                                   "softlight_torch_1"};
-std::string brightness(const std::string& led) {
+const auto brightness = [](const std::string& led) {
     return "/sys/class/leds/" + led + "/brightness";
-}
+};
 // "75" and "60" go out with their NUL; a brightness level as an 8-byte NUL-padded field.
 const std::string k75("75", 3);
 const std::string k60("60", 3);
-std::string field(const std::string& digits) {
+const auto field = [](const std::string& digits) {
     return digits + std::string(8 - digits.size(), '\0');
-}
+};
 
-size_t openDescriptors() {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto& fd : std::filesystem::directory_iterator("/proc/self/fd")) {
-        ++count;
-    }
-    return count;
-}
-
-class CameraCheckServiceTest : public HandsetTest {
+class CameraCheckServiceTest : public AreaTest {
   protected:
     // The camera object of a device named |product| (nullptr: unset), as a client gets it, with
     // an empty log and write journal.
     sp<ICameraCheckService> cameraOn(const char* product) {
-        product ? prop("ro.product.name", product) : unsetProp("ro.product.name");
+        prop("ro.product.name", product);
         sp<ICameraCheckService> camera = root()->getExtensionCameraCheckService();
         EXPECT_NE(camera, nullptr);
         log::clear();
@@ -52,13 +38,12 @@ class CameraCheckServiceTest : public HandsetTest {
         return camera;
     }
     // Every write as "led=bytes", in order ("torch_0", "switch_1", "softlight_torch_0", ...).
-    std::vector<std::string> journal() const {
-        std::vector<std::string> out;
+    Lines journal() const {
+        Lines out;
         for (const auto& w : writes()) {
             std::string led = w.path.substr(0, w.path.rfind('/'));
             led = led.substr(led.rfind('/') + 1);
-            if (led.rfind("led:", 0) == 0) led = led.substr(4);
-            out.push_back(led + "=" + w.data);
+            out.push_back((led.rfind("led:", 0) == 0 ? led.substr(4) : led) + "=" + w.data);
         }
         return out;
     }
@@ -70,60 +55,42 @@ class CameraCheckServiceTest : public HandsetTest {
             parts = bar == std::string::npos ? "" : parts.substr(bar + 1);
         }
     }
-    static std::string moduleInfo(const sp<ICameraCheckService>& camera) {
-        std::string out = "<no callback>";
-        int calls = 0;
-        camera->getCameraModuleInfo([&](const hidl_string& info) {
-            out = info;
-            ++calls;
-        });
-        EXPECT_EQ(calls, 1);
-        return out;
+    static auto moduleInfo(const sp<ICameraCheckService>& camera) {
+        return answer<std::string>(camera, &ICameraCheckService::getCameraModuleInfo);
     }
 };
+using CameraCheckServiceDeathTest = CameraCheckServiceTest;
 
 // Variants without a row of their own fall back to the last row whose key their name contains:
 // "pifqab" answers as "qab", "sirnakyut" as "yut", "qabzob" as "zob".
 TEST_F(CameraCheckServiceTest, CameraIdComesFromTheProductsRow) {
-    const struct {
-        const char* product;  // nullptr: unset
-        int32_t type;
-        int32_t expected;
-    } cases[] = {
+    // A null product leaves the name unset.
+    const std::tuple<const char*, int32_t, int32_t> cases[] = {
             {"sirnak", 12, 22},    {"sirnak", 8, -1},     {"pif", 14, 23},    {"pif", 12, -1},
             {"yut", 13, 23},       {"qab", 15, 25},       {"qab", 0, -1},     {"helvr", 12, 24},
             {"zob", 3, 61},        {"qab_global", 8, 63}, {"pifqab", 12, 22}, {"pifqab", 14, -1},
             {"sirnakyut", 12, 20}, {"qabzob", 13, -1},    {"Qab", 1, -1},     {nullptr, 1, -1}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(value(cameraOn(c.product)->getCameraId(c.type)), c.expected)
-                << (c.product ? c.product : "unset") << " type " << c.type;
+    for (const auto& [product, type, expected] : cases) {
+        EXPECT_EQ(value(cameraOn(product)->getCameraId(type)), expected)
+                << (product ? product : "unset") << " type " << type;
     }
-}
-
-TEST_F(CameraCheckServiceTest, RowSearchIsLogged) {
-    const std::string kRow = "this cameraIdMap name  ";
-    const struct {
-        const char* product;
-        int32_t type;
-        std::vector<std::string> log;
-    } cases[] = {
-            {"qab", 1, {"GetCameraId = 0  for type = 1"}},
-            {"qab_global",
-             21,
-             {kRow + "zob \n", kRow + "helvr \n", kRow + "qab \n",
-              "find cameraIdMap for product qab_global \n",
-              "Can't find cameraID for type = 21  at produce qab_global \n",
-              "GetCameraId = -1  for type = 21"}},
-            {"moto",
-             1,
-             {kRow + "zob \n", kRow + "helvr \n", kRow + "qab \n", kRow + "yut \n", kRow + "pif \n",
-              kRow + "sirnak \n", "Can't find cameraIdMap for product moto \n",
-              "GetCameraId = -1  for type = 1"}},
-    };
-    for (const auto& c : cases) {
-        cameraOn(c.product)->getCameraId(c.type);
-        EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAreArray(c.log)) << c.product;
-    }
+    // The search through the rows is logged.
+    const std::string row = "this cameraIdMap name  ";
+    const Lines rows = {row + "zob \n", row + "helvr \n", row + "qab \n"};
+    cameraOn("qab")->getCameraId(1);
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAre("GetCameraId = 0  for type = 1"));
+    cameraOn("qab_global")->getCameraId(21);
+    Lines log = rows;
+    log.insert(log.end(), {"find cameraIdMap for product qab_global \n",
+                           "Can't find cameraID for type = 21  at produce qab_global \n",
+                           "GetCameraId = -1  for type = 21"});
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAreArray(log));
+    cameraOn("moto")->getCameraId(1);
+    log = rows;
+    log.insert(log.end(),
+               {row + "yut \n", row + "pif \n", row + "sirnak \n",
+                "Can't find cameraIdMap for product moto \n", "GetCameraId = -1  for type = 1"});
+    EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAreArray(log));
 }
 
 TEST_F(CameraCheckServiceTest, ProductIsReadOnceWhenTheAreaIsFirstRequested) {
@@ -136,21 +103,18 @@ TEST_F(CameraCheckServiceTest, ProductIsReadOnceWhenTheAreaIsFirstRequested) {
 }
 
 TEST_F(CameraCheckServiceTest, CapabilitiesFollowTheProductLists) {
-    const struct {
-        const char* product;
-        bool popUp, zoomFocus, justTakePic, calibration;
-    } cases[] = {{"trovask", true, true, true, true},     {"morquetin", true, true, true, true},
-                 {"pif", false, true, true, false},       {"qab", false, false, true, true},
-                 {"fand", false, true, false, true},      {"wilmet", false, false, false, true},
-                 {"Trovask", false, false, false, false}, {"", false, false, false, false}};
-    for (const auto& c : cases) {
-        auto camera = cameraOn(c.product);
-        EXPECT_EQ(value(camera->isSupportPopCamera()), c.popUp) << c.product;
-        EXPECT_EQ(value(camera->needAutopushCamera()), c.popUp) << c.product;
-        EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(0)), c.zoomFocus) << c.product;
-        EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(5)), c.zoomFocus) << c.product;
-        EXPECT_EQ(value(camera->isDualCameraJustTakePic(1)), c.justTakePic) << c.product;
-        EXPECT_EQ(value(camera->needCameraCalibration()), c.calibration) << c.product;
+    const std::tuple<const char*, bool, bool, bool, bool> cases[] = {
+            {"trovask", true, true, true, true},     {"morquetin", true, true, true, true},
+            {"pif", false, true, true, false},       {"qab", false, false, true, true},
+            {"fand", false, true, false, true},      {"wilmet", false, false, false, true},
+            {"Trovask", false, false, false, false}, {"", false, false, false, false}};
+    for (const auto& [product, popUp, zoomFocus, justTakePic, calibration] : cases) {
+        auto camera = cameraOn(product);
+        EXPECT_EQ(value(camera->isSupportPopCamera()), popUp) << product;
+        EXPECT_EQ(value(camera->needAutopushCamera()), popUp) << product;
+        EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(5)), zoomFocus) << product;
+        EXPECT_EQ(value(camera->isDualCameraJustTakePic(1)), justTakePic) << product;
+        EXPECT_EQ(value(camera->needCameraCalibration()), calibration) << product;
         EXPECT_FALSE(value(camera->popCamera()) || value(camera->pushCamera()) ||
                      value(camera->getPreviewOrCapture(1)));
     }
@@ -158,24 +122,17 @@ TEST_F(CameraCheckServiceTest, CapabilitiesFollowTheProductLists) {
     camera->isDualCameraJustTakePic(0);  // a normal answer, logged at ERROR
     EXPECT_THAT(logLines(),
                 ElementsAre(LogLine(ANDROID_LOG_ERROR, kTag, "qab isDualCameraJustTakePic.")));
-    bool called = false;
-    EXPECT_TRUE(camera->extFun("x", {"a"}, [&](const auto&) { called = true; }).isOk());
-    EXPECT_FALSE(called);
+    expectExtFunSilent(camera);
 }
 
 TEST_F(CameraCheckServiceTest, ModuleInfoShowsOneEntryPerLine) {
-    const struct {
-        const char* current;  // info|infoext|infoext2
-        const char* old;
-        const char* hwversion;
-        const char* expected;
-    } cases[] = {
+    // Module properties as "info|infoext|infoext2", current and old.
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
             {"back_camera=a;front_camera=b||x", "", "", "back_camera=a\nfront_camera=b"},
             {"p;|q;|r", "o;", "9", "p\nq\nr"},
             {"|x;|y", "back_camera=s5k;|front_camera=imx", "1.0",
              "back_camera=s5k\nfront_camera=imx"},
             {"", "b=1;||w=3", "19", "b=1\n"},
-            {"", "", "1", ""},
             // Hardware 9 repeats the back module as the back sub-camera at every separator and
             // leaves the other parts out; twelve characters are cut, whatever they are.
             {"", "back_camera=s5k;front_camera=imx|x;|y", "9.1",
@@ -185,11 +142,11 @@ TEST_F(CameraCheckServiceTest, ModuleInfoShowsOneEntryPerLine) {
             {"", "back_camera=;f", "9", "back_camera=\nback_subcamera=\nf"},
             {"|x;|y", "rear_camera1=imx;f", "9", "rear_camera1=imx\nback_subcamera==imx\nf"},
     };
-    for (const auto& c : cases) {
-        setModuleProps("persist.vendor.camera.qo.module.", c.current);
-        setModuleProps("persist.camera.module.", c.old);
-        prop("ro.boot.hwversion", c.hwversion);
-        EXPECT_EQ(moduleInfo(cameraOn("qab")), c.expected) << c.expected;
+    for (const auto& [current, old, hwversion, expected] : cases) {
+        setModuleProps("persist.vendor.camera.qo.module.", current);
+        setModuleProps("persist.camera.module.", old);
+        prop("ro.boot.hwversion", hwversion);
+        EXPECT_EQ(moduleInfo(cameraOn("qab")), expected) << expected;
     }
     EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
                 ElementsAre("CameraInfo <persist.camera.module.info>--->NULL",
@@ -199,45 +156,34 @@ TEST_F(CameraCheckServiceTest, ModuleInfoShowsOneEntryPerLine) {
                             "getCameraModuleInfo  rear_camera1=imx\nback_subcamera==imx\nf "));
 }
 
-using CameraCheckServiceDeathTest = CameraCheckServiceTest;
-
 TEST_F(CameraCheckServiceDeathTest, OldModuleInfoWithoutItsLayoutStopsTheService) {
-    const struct {
-        const char* info;
-        const char* hwversion;  // nullptr: unset
-    } cases[] = {
+    // A null hardware version is unset.
+    const std::tuple<const char*, const char*> cases[] = {
             {"back_camera=s5k;front_camera=imx", nullptr},
-            {"back_camera=s5k;front_camera=imx", ""},
             {"back_camera=s5k", "9.1"},  // no separator: the back entry is empty
             {"back_cam=x;front_camera=imx", "9"},
-            {";front_camera=imx", "9"},
-    };
-    for (const auto& c : cases) {
-        prop("persist.camera.module.info", c.info);
-        c.hwversion ? prop("ro.boot.hwversion", c.hwversion) : unsetProp("ro.boot.hwversion");
+            {";front_camera=imx", "9"}};
+    for (const auto& [info, hwversion] : cases) {
+        prop("persist.camera.module.info", info);
+        prop("ro.boot.hwversion", hwversion);
         auto camera = cameraOn("qab");
-        EXPECT_DEATH(moduleInfo(camera), "") << c.info;
+        EXPECT_DEATH(moduleInfo(camera), "") << info;
     }
 }
 
 TEST_F(CameraCheckServiceTest, CalibrationFlag) {
-    const struct {
-        const char* current;  // nullptr: unset
-        const char* old;
-        int32_t expected;
-    } cases[] = {{"0", "3", 1},     {"3", "0", 2}, {"1", "", -1},
-                 {"00", "0", -1},   {"", "", 2},   {nullptr, nullptr, 2},
-                 {nullptr, "0", 1}, {"", "3", -1}, {"", "00", -1}};
-    for (const auto& c : cases) {
-        c.current ? prop("persist.vendor.camera.qo.dualcal.state", c.current)
-                  : unsetProp("persist.vendor.camera.qo.dualcal.state");
-        c.old ? prop("persist.camera.dualcal.state", c.old)
-              : unsetProp("persist.camera.dualcal.state");
-        EXPECT_EQ(value(cameraOn("qab")->getCameraCalFlag()), c.expected);
+    // The current and the old state (null: unset), and the flag.
+    const std::tuple<const char*, const char*, int32_t> cases[] = {
+            {"0", "3", 1},         {"3", "0", 2},     {"1", "", -1}, {"00", "0", -1}, {"", "", 2},
+            {nullptr, nullptr, 2}, {nullptr, "0", 1}, {"", "3", -1}, {"", "00", -1}};
+    for (const auto& [current, old, expected] : cases) {
+        prop("persist.vendor.camera.qo.dualcal.state", current);
+        prop("persist.camera.dualcal.state", old);
+        EXPECT_EQ(value(cameraOn("qab")->getCameraCalFlag()), expected);
         EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
                     ElementsAre(std::string("Dual camera calibration status: ") +
-                                        (c.current ? c.current : ""),
-                                "getCameraCalFlag result is " + std::to_string(c.expected) + "."));
+                                        (current ? current : ""),
+                                "getCameraCalFlag result is " + std::to_string(expected) + "."));
     }
 }
 
@@ -247,15 +193,18 @@ class CameraTorchTest : public CameraCheckServiceTest {
         CameraCheckServiceTest::SetUp();
         for (const char* led : kTorchLeds) node(brightness(led), "");
     }
+    // Runs |call| on the camera of |product|; it must leave no descriptor open.
+    Lines journalOf(const char* product, const std::function<void(ICameraCheckService&)>& call) {
+        auto camera = cameraOn(product);
+        const size_t before = openDescriptors();
+        call(*camera);
+        EXPECT_EQ(openDescriptors(), before);
+        return journal();
+    }
 };
 
 TEST_F(CameraTorchTest, ControlTorchWritesWhatEachProductNeeds) {
-    const struct {
-        const char* product;
-        int32_t type;
-        bool on;
-        std::vector<std::string> journal;
-    } cases[] = {
+    const std::tuple<const char*, int32_t, bool, Lines> cases[] = {
             // A switch per torch: the other torch's switch goes off.
             {"dolv", 1, true, {"torch_0=" + k75, "switch_0=1", "switch_1=0"}},
             {"qab", 1, false, {"switch_0=0", "switch_1=0"}},
@@ -274,13 +223,12 @@ TEST_F(CameraTorchTest, ControlTorchWritesWhatEachProductNeeds) {
             {"qab", 0, true, {}},
             {"qab", 6, true, {}},
     };
-    for (const auto& c : cases) {
-        auto camera = cameraOn(c.product);
-        const size_t before = openDescriptors();
-        camera->controlTorch(c.type, c.on);
-        EXPECT_EQ(openDescriptors(), before);
-        EXPECT_EQ(journal(), c.journal) << c.product << " type " << c.type;
-        if (c.journal.empty()) {
+    for (const auto& [product, type, on, journal] : cases) {
+        EXPECT_EQ(journalOf(product, [type = type,
+                                      on = on](auto& camera) { camera.controlTorch(type, on); }),
+                  journal)
+                << product << " type " << type;
+        if (journal.empty()) {
             EXPECT_THAT(logLines(), IsEmpty());
         }
     }
@@ -294,10 +242,9 @@ TEST_F(CameraTorchTest, ControlTorchLogsEveryWriteResult) {
                             "Write TORCH_BLUE or TORCH_YELLOW retTorch0 = 0   retTorch1 = 3   "
                             "retTorch_switch0 = 0   retTorch_switch1 =1"));
     auto camera = cameraOn("qab");
-    camera->controlTorch(1, false);
-    camera->controlTorch(3, true);
-    camera->controlTorch(4, false);
-    camera->controlTorch(5, true);
+    for (auto [type, on] : {std::pair(1, false), {3, true}, {4, false}, {5, true}}) {
+        camera->controlTorch(type, on);
+    }
     EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
                 ElementsAre("Close TORCH_BLUE or TORCH_YELLOW",
                             "Write TORCH_BLUE or TORCH_YELLOW retTorch0 = 0   retTorch1 = 0   "
@@ -309,11 +256,8 @@ TEST_F(CameraTorchTest, ControlTorchLogsEveryWriteResult) {
 TEST_F(CameraTorchTest, NothingIsWrittenUnlessEveryNodeOpens) {
     const std::string kFailed = "Failed to open ";
     const std::string kSome = "Failed to open some nodes, so return Void";
-    const struct {
-        int32_t type;  // 0: updateTorchBrightness(100)
-        std::vector<const char*> missing;
-        std::vector<std::string> errors;
-    } cases[] = {
+    // Type 0: updateTorchBrightness(100).
+    const std::tuple<int32_t, std::vector<std::string>, Lines> cases[] = {
             {1, {"led:torch_0"}, {kFailed + "flash_led_torch_0 node.", kSome}},
             {2, {"led:torch_1"}, {kFailed + "flash_led_torch_1 node.", kSome}},
             {1, {"led:switch_0"}, {kFailed + "flash_led_switch_0 node.", kSome}},
@@ -326,27 +270,23 @@ TEST_F(CameraTorchTest, NothingIsWrittenUnlessEveryNodeOpens) {
             {4, {"softlight_torch_0"}, {kFailed + "soft_light_torch_1 node."}},
             {5, {"softlight_torch_1"}, {kFailed + "soft_light_torch_2 node."}},
     };
-    for (const auto& c : cases) {
-        for (const char* led : kTorchLeds) node(brightness(led), "");
-        for (const char* led : c.missing) {
-            c.type == 1 ? denyNode(brightness(led)) : removeNode(brightness(led));
+    for (const auto& [type, missing, errors] : cases) {
+        for (const char* led : kTorchLeds) {
+            bool gone = std::find(missing.begin(), missing.end(), led) != missing.end();
+            setNode(brightness(led), !gone ? "" : type == 1 ? kDenied : kAbsent);
         }
-        auto camera = cameraOn("qab");
-        const size_t before = openDescriptors();
-        c.type == 0 ? camera->updateTorchBrightness(100) : camera->controlTorch(c.type, true);
-        EXPECT_EQ(openDescriptors(), before);
-        EXPECT_THAT(writes(), IsEmpty());
-        EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR), ElementsAreArray(c.errors));
-        sandbox::reset();
+        EXPECT_THAT(journalOf("qab",
+                              [type = type](auto& camera) {
+                                  type == 0 ? camera.updateTorchBrightness(100)
+                                            : camera.controlTorch(type, true);
+                              }),
+                    IsEmpty());
+        EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR), ElementsAreArray(errors));
     }
 }
 
 TEST_F(CameraTorchTest, BrightnessGoesOutAsAnEightByteField) {
-    const struct {
-        const char* product;
-        int32_t level;
-        std::vector<std::string> journal;
-    } cases[] = {
+    const std::tuple<const char*, int32_t, Lines> cases[] = {
             {"qab",
              150,
              {"torch_0=" + field("150"), "torch_1=" + field("150"), "switch_0=1", "switch_1=1"}},
@@ -357,12 +297,11 @@ TEST_F(CameraTorchTest, BrightnessGoesOutAsAnEightByteField) {
             {"moto", 123456789, {"torch_0=12345678", "torch_1=12345678", "switch_0=1"}},
             {"moto", INT_MIN, {"torch_0=-2147483", "torch_1=-2147483", "switch_0=1"}},
     };
-    for (const auto& c : cases) {
-        auto camera = cameraOn(c.product);
-        const size_t before = openDescriptors();
-        camera->updateTorchBrightness(c.level);
-        EXPECT_EQ(openDescriptors(), before);
-        EXPECT_EQ(journal(), c.journal) << c.product << " " << c.level;
+    for (const auto& [product, level, journal] : cases) {
+        EXPECT_EQ(journalOf(product,
+                            [level = level](auto& camera) { camera.updateTorchBrightness(level); }),
+                  journal)
+                << product << " " << level;
     }
     EXPECT_THAT(logged(kTag),
                 ElementsAre("updateTorchBrightness to -2147483648   retTorch0 = 8  "
@@ -370,17 +309,15 @@ TEST_F(CameraTorchTest, BrightnessGoesOutAsAnEightByteField) {
 }
 
 TEST_F(CameraTorchTest, TorchListFollowsTheProductName) {
-    const struct {
-        const char* product;
-        std::vector<int32_t> expected;
-    } cases[] = {{"yutsirnak", {1, 2}}, {"zob", {1}},    {"helvr", {1}}, {"qab_in", {1, 2}},
-                 {"pif", {1, 2}},       {"sirnak", {1}}, {"dolv", {}},   {"", {}}};
-    for (const auto& c : cases) {
-        std::vector<int32_t> list = {-99};
-        cameraOn(c.product)->getTorchList([&](const hidl_vec<int32_t>& t) { list = t; });
-        EXPECT_EQ(list, c.expected) << c.product;
-        EXPECT_THAT(logged(kTag), ElementsAre(std::string("GetTorchList of ") + c.product +
-                                              "  size = " + std::to_string(c.expected.size())));
+    const std::tuple<const char*, std::vector<int32_t>> cases[] = {
+            {"yutsirnak", {1, 2}}, {"zob", {1}},    {"helvr", {1}}, {"qab_in", {1, 2}},
+            {"pif", {1, 2}},       {"sirnak", {1}}, {"dolv", {}},   {"", {}}};
+    for (const auto& [product, expected] : cases) {
+        using List = std::vector<int32_t>;
+        EXPECT_EQ(answer<List>(cameraOn(product), &ICameraCheckService::getTorchList), expected)
+                << product;
+        EXPECT_THAT(logged(kTag), ElementsAre(std::string("GetTorchList of ") + product +
+                                              "  size = " + std::to_string(expected.size())));
     }
 }
 

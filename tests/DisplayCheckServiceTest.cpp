@@ -1,18 +1,11 @@
 // Touch-panel self-test, panel name, backlight and touch-panel colour.
 #include <algorithm>
-#include <functional>
 
-#include "HandsetTest.h"
+#include "AreaTest.h"
 
 namespace tevhost {
 namespace {
 
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
 
 constexpr const char* kTag = "DisplayCheckService";
@@ -27,138 +20,93 @@ constexpr const char* kOled = "/sys/class/backlight/panel0-backlight/brightness"
 const std::vector<std::string> kAllWords = {"short", "open", "i2c"};
 const std::vector<double> kAllSleeps = {6, 4, 2};
 
-class DisplayCheckServiceTest : public HandsetTest {
+class DisplayCheckServiceTest : public AreaTest {
   protected:
     void SetUp() override {
-        HandsetTest::SetUp();
+        AreaTest::SetUp();
         display = root()->getExtensionDisplayCheckService();
         ASSERT_NE(display, nullptr);
     }
-    std::string lcmInfo() {
-        std::string out = "<no callback>";
-        display->getLcmInfo([&](const hidl_string& v) { out = v; });
-        return out;
-    }
-    std::string tpColor() {
-        std::string out = "<no callback>";
-        display->getTpColor([&](const hidl_string& v) { out = v; });
-        return out;
+    std::optional<std::string> lcmInfo() {
+        return answer<std::string>(display, &IDisplayCheckService::getLcmInfo);
     }
     sp<IDisplayCheckService> display;
 };
 using DisplayCheckServiceDeathTest = DisplayCheckServiceTest;
 
 TEST_F(DisplayCheckServiceTest, SelfTestRunsTheChecksInOrderUntilOneFails) {
+    const std::string kShort = "The result of TOUCH_PANEL_CHECK_SHORT is ";
+    const std::string kOpen = "The result of TOUCH_PANEL_CHECK_OPEN is ";
+    const std::string kI2c = "The result of TOUCH_PANEL_CHECK_I2C is ";
+    const std::string kNoNode = "Failed to open TOUCH_PANEL_DIAG_HANDLE.";
     const struct {
+        const char* node;        // before the test
         const char* replies[3];  // the driver's answer to short, open, i2c; nullptr: none
+        const char* atSleep[3];  // the node's state from the 6, 4 and 2 s waits on; nullptr: kept
         bool expected;
-        size_t cycles;
-        const char* message;
+        size_t written, slept;
+        std::string message;
     } cases[] = {
-            {{"2", "2", "2"}, true, 3, kPass},
-            {{"2\n", " 2", "\t2 \n"}, true, 3, kPass},
-            {{"2 1", "2\n0", "2"}, true, 3, kPass},  // only the first word counts
-            {{"1", "2", "2"}, false, 1, "The result of TOUCH_PANEL_CHECK_SHORT is 1."},
-            {{"", "2", "2"}, false, 1, "The result of TOUCH_PANEL_CHECK_SHORT is ."},
-            {{nullptr, "2", "2"}, false, 1, "The result of TOUCH_PANEL_CHECK_SHORT is short."},
-            {{"2", "22", "2"}, false, 2, "The result of TOUCH_PANEL_CHECK_OPEN is 22."},
-            {{"2", "0", "2"}, false, 2, "The result of TOUCH_PANEL_CHECK_OPEN is 0."},
-            {{"2", "2", "x2"}, false, 3, "The result of TOUCH_PANEL_CHECK_I2C is x2."},
+            {"", {"2", "2", "2"}, {}, true, 3, 3, kPass},
+            {"", {"2\n", " 2", "\t2 \n"}, {}, true, 3, 3, kPass},
+            {"", {"2 1", "2\n0", "2"}, {}, true, 3, 3, kPass},  // only the first word counts
+            {"", {"1", "2", "2"}, {}, false, 1, 1, kShort + "1."},
+            {"", {"", "2", "2"}, {}, false, 1, 1, kShort + "."},
+            {"", {nullptr, "2", "2"}, {}, false, 1, 1, kShort + "short."},
+            {"", {"2", "22", "2"}, {}, false, 2, 2, kOpen + "22."},
+            {"", {"2", "2", "x2"}, {}, false, 3, 3, kI2c + "x2."},
             // Nothing to extract: the short check's word is judged again.
-            {{"2", " \n", "1"}, false, 3, "The result of TOUCH_PANEL_CHECK_I2C is 1."},
-            {{"2", "", "2"}, true, 3, kPass},
+            {"", {"2", " \n", "1"}, {}, false, 3, 3, kI2c + "1."},
+            {"", {"2", "", "2"}, {}, true, 3, 3, kPass},
+            // Gone while the open check runs: the i2c word cannot be written, and the driver's
+            // node is back by the time it is read.
+            {"", {}, {"2", kAbsent, "1"}, false, 2, 3, kI2c + "1."},
+            // Refused from the open check's read on: the i2c check is neither written nor read.
+            {"", {}, {"2", kDenied, nullptr}, true, 2, 3, kPass},
+            {kAbsent, {}, {}, false, 0, 0, kNoNode},
+            {kDenied, {}, {}, false, 0, 0, kNoNode},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.message);
         sandbox::reset();
-        log::clear();
-        node(kDiag, "");
+        setNode(kDiag, c.node);
         for (size_t i = 0; i < 3; ++i) {
             if (c.replies[i]) sandbox::respond(kDiag, kAllWords[i], c.replies[i]);
         }
-        SCOPED_TRACE(c.message);
+        sandbox::setSleepHook([&](double s) {
+            const char* state = c.atSleep[s == 6 ? 0 : s == 4 ? 1 : 2];
+            if (state) setNode(kDiag, state);
+        });
+        log::clear();
         EXPECT_EQ(value(display->doSelfTestAndGetResult()), c.expected);
         EXPECT_THAT(writesTo(kDiag),
-                    ElementsAreArray(kAllWords.begin(), kAllWords.begin() + c.cycles));
-        EXPECT_THAT(sleeps(), ElementsAreArray(kAllSleeps.begin(), kAllSleeps.begin() + c.cycles));
-        EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR), ElementsAre(c.message));
-    }
-}
-
-TEST_F(DisplayCheckServiceTest, ANodeThatCannotBeReopenedKeepsThePreviousWord) {
-    const struct {
-        std::function<void(double)> driver;  // acts at each sleep
-        bool expected;
-        std::vector<std::string> written;
-        const char* message;
-    } cases[] = {
-            // Gone while the open check runs: the i2c word cannot be written, and the driver's
-            // node is back by the time it is read.
-            {[&](double s) {
-                 if (s == 6) node(kDiag, "2");
-                 if (s == 4) removeNode(kDiag);
-                 if (s == 2) node(kDiag, "1");
-             },
-             false,
-             {"short", "open"},
-             "The result of TOUCH_PANEL_CHECK_I2C is 1."},
-            // Refused from the open check's read on: the i2c check is neither written nor read.
-            {[&](double s) {
-                 if (s == 6) node(kDiag, "2");
-                 if (s == 4) denyNode(kDiag);
-             },
-             true,
-             {"short", "open"},
-             kPass},
-    };
-    for (const auto& c : cases) {
-        sandbox::reset();
-        log::clear();
-        node(kDiag, "");
-        sandbox::setSleepHook(c.driver);
-        SCOPED_TRACE(c.message);
-        EXPECT_EQ(value(display->doSelfTestAndGetResult()), c.expected);
-        EXPECT_EQ(writesTo(kDiag), c.written);
-        EXPECT_EQ(sleeps(), kAllSleeps);
-        EXPECT_THAT(logged(kTag), ElementsAre(c.message));
-    }
-}
-
-TEST_F(DisplayCheckServiceTest, SelfTestWithoutTheNodeFailsAtOnce) {
-    for (bool denied : {false, true}) {
-        if (denied) denyNode(kDiag);
-        log::clear();
-        EXPECT_FALSE(value(display->doSelfTestAndGetResult()));
-        EXPECT_THAT(logged(kTag), ElementsAre("Failed to open TOUCH_PANEL_DIAG_HANDLE."));
-        EXPECT_THAT(sleeps(), IsEmpty());
-        EXPECT_THAT(writes(), IsEmpty());
+                    ElementsAreArray(kAllWords.begin(), kAllWords.begin() + c.written));
+        EXPECT_THAT(sleeps(), ElementsAreArray(kAllSleeps.begin(), kAllSleeps.begin() + c.slept));
+        EXPECT_THAT(logOf(kTag), ElementsAre("E " + c.message));
     }
 }
 
 TEST_F(DisplayCheckServiceTest, PanelNodeFollowsTheProductName) {
     node(kFbPanel, "panel_name=fb\n");
     node(kDrmPanel, "panel_name=drm\n");
-    const struct {
-        const char* product;  // nullptr: unset
-        const char* expected;
-    } cases[] = {{"marskol", "fb"}, {"marskolpro", "fb"}, {"xmarduskx", "fb"},
-                 {"marsko", "drm"}, {"qab", "drm"},       {nullptr, "drm"}};
-    for (const auto& c : cases) {
-        c.product ? prop("ro.product.name", c.product) : unsetProp("ro.product.name");
+    // A null product leaves the name unset.
+    const std::tuple<const char*, const char*> cases[] = {{"marskol", "fb"},   {"marskolpro", "fb"},
+                                                          {"xmarduskx", "fb"}, {"marsko", "drm"},
+                                                          {"qab", "drm"},      {nullptr, "drm"}};
+    for (const auto& [product, expected] : cases) {
+        prop("ro.product.name", product);
         log::clear();
-        EXPECT_EQ(lcmInfo(), c.expected) << (c.product ? c.product : "unset");
-        const char* path = c.expected == std::string("fb") ? kFbPanel : kDrmPanel;
+        EXPECT_EQ(lcmInfo(), expected) << (product ? product : "unset");
+        const char* path = expected == std::string("fb") ? kFbPanel : kDrmPanel;
         EXPECT_THAT(
-                logged(kTag, ANDROID_LOG_ERROR),
-                ElementsAre(std::string("open ") + path,
-                            std::string("The result of getLcmInfo is panel_name=") + c.expected));
+                logOf(kTag),
+                ElementsAre(std::string("E open ") + path,
+                            std::string("E The result of getLcmInfo is panel_name=") + expected));
     }
 }
 
 TEST_F(DisplayCheckServiceTest, PanelNameIsTakenFromTheTwelfthCharacter) {
-    const struct {
-        const char* content;  // nullptr: absent
-        const char* expected;
-    } cases[] = {
+    const std::tuple<const char*, const char*> cases[] = {
             {"panel_type=1\npanel_id=2\npanel_name=ABC\n", "ABC"},
             {"panel_type=1\n\npanel_name=ABC\n", ""},  // the search ends at an empty line
             {"panel_name: X", " X"},
@@ -166,11 +114,10 @@ TEST_F(DisplayCheckServiceTest, PanelNameIsTakenFromTheTwelfthCharacter) {
             {"panel_name", ""},
             {"panel_name=", ""},
             {"panel_name=A\r\npanel_name=B\n", "A\r"},
-            {nullptr, ""},
-    };
-    for (const auto& c : cases) {
-        c.content ? node(kDrmPanel, c.content) : removeNode(kDrmPanel);
-        EXPECT_EQ(lcmInfo(), c.expected) << (c.content ? c.content : "absent");
+            {kAbsent, ""}};
+    for (const auto& [content, expected] : cases) {
+        setNode(kDrmPanel, content);
+        EXPECT_EQ(lcmInfo(), expected) << content;
     }
     node(kDrmPanel, "x=1\npanel_name:dsi_panel\nlast\n");
     log::clear();
@@ -202,20 +149,15 @@ TEST_F(DisplayCheckServiceTest, BacklightNodesAreTriedInOrder) {
 
 TEST_F(DisplayCheckServiceTest, BacklightCeilingOnlyForPifDevices) {
     prop("ro.product.name", "pif");  // the device name decides, not the product name
-    const struct {
-        const char* device;
-        const char* content;
-        int32_t expected;
-    } cases[] = {
-            {"PIF", "5000", 4095},   {"xpifpro", "4096\n", 4095}, {"pif", "4095", 4095},
-            {"pif", "100\n", 100},   {"pif", "-5", -5},           {"dolv", "5000", 5000},
-            {"qab", " 255\n", 255},  {"qab", "255abc", 255},      {"qab", "12\n34\n\n56", 12},
-            {"qab", "+7 nits\n", 7},
-    };
-    for (const auto& c : cases) {
-        prop("ro.product.device", c.device);
-        node(kLcd, c.content);
-        EXPECT_EQ(value(display->getBacklightValue()), c.expected) << c.device << " " << c.content;
+    const std::tuple<const char*, const char*, int32_t> cases[] = {
+            {"PIF", "5000", 4095},  {"xpifpro", "4096\n", 4095}, {"pif", "4095", 4095},
+            {"pif", "100\n", 100},  {"pif", "-5", -5},           {"dolv", "5000", 5000},
+            {"qab", " 255\n", 255}, {"qab", "255abc", 255},      {"qab", "12\n34\n\n56", 12},
+            {"qab", "+7 nits\n", 7}};
+    for (const auto& [device, content, expected] : cases) {
+        prop("ro.product.device", device);
+        node(kLcd, content);
+        EXPECT_EQ(value(display->getBacklightValue()), expected) << device << " " << content;
     }
 }
 
@@ -229,19 +171,18 @@ TEST_F(DisplayCheckServiceDeathTest, BacklightWithoutANumberEndsTheService) {
 }
 
 TEST_F(DisplayCheckServiceTest, TouchPanelColourPrefersTheSystemProperty) {
-    const struct {
-        const char* sys;  // nullptr: unset
-        const char* vendor;
-        const char* expected;
-    } cases[] = {{"white", "black", "white"}, {"", "black", "black"}, {nullptr, nullptr, ""}};
-    for (const auto& c : cases) {
-        c.sys ? prop("sys.panel.color", c.sys) : unsetProp("sys.panel.color");
-        c.vendor ? prop("vendor.panel.color", c.vendor) : unsetProp("vendor.panel.color");
+    // The sys and vendor properties (null: unset) and the colour.
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+            {"white", "black", "white"}, {"", "black", "black"}, {nullptr, nullptr, ""}};
+    for (const auto& [sys, vendor, expected] : cases) {
+        prop("sys.panel.color", sys);
+        prop("vendor.panel.color", vendor);
         log::clear();
-        EXPECT_EQ(tpColor(), c.expected);
+        EXPECT_EQ(answer<std::string>(display, &IDisplayCheckService::getTpColor), expected);
         EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR),
-                    ElementsAre(std::string("The result of getTpColor is ") + c.expected));
+                    ElementsAre(std::string("The result of getTpColor is ") + expected));
     }
+    expectExtFunSilent(display);
 }
 
 }  // namespace

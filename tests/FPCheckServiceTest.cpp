@@ -1,101 +1,85 @@
 // Fingerprint identity, FOD display modes, light-spot colour and geometry.
 #include <climits>
 
-#include "HandsetTest.h"
+#include "AreaTest.h"
 
 namespace tevhost {
 namespace {
 
-using ::android::sp;
-using ::android::hardware::hidl_string;
-using ::android::hardware::hidl_vec;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IFPCheckService;
-using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::NitMode;
 
 constexpr const char* kTag = "FPCheckService-TevVendor";
-constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
 constexpr const char* kDispParam = "/sys/class/drm/card0-DSI-1/disp_param";
 constexpr const char* kLocation = "persist.vendor.sys.fp.fod.location.X_Y";
 constexpr const char* kSize = "persist.vendor.sys.fp.fod.size.width_height";
 
-class FPCheckServiceTest : public HandsetTest {
+class FPCheckServiceTest : public AreaTest {
   protected:
-    // The fingerprint area of a fresh root, built for |product| (nullptr: unset).
+    // The fingerprint area of a fresh root, built for |product| (nullptr: unset), with an empty
+    // log.
     sp<IFPCheckService> fpFor(const char* product) {
-        product ? prop("ro.product.name", product) : unsetProp("ro.product.name");
+        prop("ro.product.name", product);
         sp<IFPCheckService> fp = root()->getExtensionFPCheckService();
         EXPECT_NE(fp, nullptr);
+        log::clear();
         return fp;
     }
 };
 
 TEST_F(FPCheckServiceTest, ProductNameIsReadOnceOnTheFirstRequest) {
     prop("ro.product.name", "qab");
-    sp<ITevVendorService> service = root();
+    auto service = root();
     sp<IFPCheckService> fp = service->getExtensionFPCheckService();
-    ASSERT_NE(fp, nullptr);
     prop("ro.product.name", "helvr");
     EXPECT_EQ(value(service->getExtensionFPCheckService()), fp);
     EXPECT_TRUE(value(fp->isSupportCalibration()));
-    EXPECT_THAT(logged(kTag), ElementsAre("FPCheckService mProductName = qab ",
-                                          "isSupportCalibration result = 1 "));
+    EXPECT_THAT(logOf(kTag), ElementsAre("I FPCheckService mProductName = qab ",
+                                         "I isSupportCalibration result = 1 "));
 }
 
 TEST_F(FPCheckServiceTest, CalibrationListMatchesByContainment) {
-    const struct {
-        const char* product;  // nullptr: unset
-        bool expected;
-    } cases[] = {{"trovaskin", true}, {"dolvx", true},   {"fenrowpro", true}, {"halbrin", true},
-                 {"xpifx", true},     {"ostrelg", true}, {"trovas", false},   {"PIF", false},
-                 {"helvr", false},    {"", false},       {nullptr, false}};
-    for (const auto& c : cases) {
-        sp<IFPCheckService> fp = fpFor(c.product);
-        EXPECT_EQ(value(fp->isSupportCalibration()), c.expected) << c.product;
-        EXPECT_FALSE(value(fp->isRectFP())) << c.product;
+    // A null product leaves the name unset.
+    const std::tuple<const char*, bool> cases[] = {
+            {"trovaskin", true}, {"dolvx", true},   {"halbrin", true},
+            {"xpifx", true},     {"ostrelg", true}, {"trovas", false},
+            {"PIF", false},      {"helvr", false},  {nullptr, false}};
+    for (const auto& [product, expected] : cases) {
+        sp<IFPCheckService> fp = fpFor(product);
+        EXPECT_EQ(value(fp->isSupportCalibration()), expected) << product;
+        EXPECT_FALSE(value(fp->isRectFP())) << product;
     }
 }
 
 TEST_F(FPCheckServiceTest, FodModesWriteTheDriversWords) {
-    const struct {
-        const char* product;
-        int32_t mode;
-        std::vector<std::string> words;  // none: the mode is refused
-        const char* label;
-    } cases[] = {
+    // The words written (none: the mode is refused) and the label logged first.
+    const std::tuple<const char*, int32_t, Lines, const char*> cases[] = {
             {"dolv", 0, {"0x0D01000", "0x2000000"}, nullptr},
             {"dolv", 1, {"0x1000000", "0xD00690"}, "300尼特绿斑亮度测试"},
             {"tascaron", 2, {"0x1000000", "0xD007FF"}, "400尼特绿斑亮度测试"},
             {"dolv", 3, {"0x20000"}, "630尼特绿斑亮度测试"},
-            {"", 3, {"0x20000"}, "630尼特绿斑亮度测试"},
             {"tascaronpro", 3, {"0xD003FF"}, "630尼特绿斑亮度测试"},
             {"dolv", 4, {}, nullptr},
-            {"dolv", -1, {}, nullptr},
             {"dolv", INT32_MIN, {}, nullptr},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.product) + " mode " + std::to_string(c.mode));
-        sp<IFPCheckService> fp = fpFor(c.product);
+    for (const auto& [product, mode, words, label] : cases) {
+        SCOPED_TRACE(std::string(product) + " mode " + std::to_string(mode));
+        sp<IFPCheckService> fp = fpFor(product);
         node(kDispParam, "");
         sandbox::clearWrites();
-        log::clear();
-        bool expected = !c.words.empty();
-        EXPECT_EQ(value(fp->setScreenEffectNew(static_cast<NitMode>(c.mode))), expected);
-        EXPECT_EQ(writesTo(kDispParam), c.words);
-        std::vector<std::string> messages;
-        if (c.label) messages.push_back(c.label);
-        messages.push_back(expected ? "setScreenEffectNew result = 1 "
-                                    : "setScreenEffectNew result = 0 ");
-        EXPECT_EQ(logged(kTag, ANDROID_LOG_INFO), messages);
+        bool expected = !words.empty();
+        EXPECT_EQ(value(fp->setScreenEffectNew(static_cast<NitMode>(mode))), expected);
+        EXPECT_EQ(writesTo(kDispParam), words);
+        Lines log;
+        if (label) log.push_back(label);
+        log.push_back(expected ? "setScreenEffectNew result = 1 "
+                               : "setScreenEffectNew result = 0 ");
+        EXPECT_EQ(logged(kTag, ANDROID_LOG_INFO), log);
     }
-}
 
-TEST_F(FPCheckServiceTest, FodModeFailsWhenTheNodeDoesNotOpenButTriesEveryWord) {
+    // Without the node the mode fails, but every word is tried.
     sp<IFPCheckService> fp = fpFor("dolv");
-    log::clear();
+    removeNode(kDispParam);
     EXPECT_FALSE(value(fp->setScreenEffectNew(NitMode::NIT_DEFAULT)));
     std::string prefix = std::string("WriteFilePathValue path = ") + kDispParam + " value = ";
     EXPECT_THAT(
@@ -108,103 +92,63 @@ TEST_F(FPCheckServiceTest, FodModeFailsWhenTheNodeDoesNotOpenButTriesEveryWord) 
 }
 
 TEST_F(FPCheckServiceTest, FaculaParasFromTheTwoProperties) {
-    const struct {
-        const char* location;  // nullptr: unset
-        const char* size;
-        std::vector<int32_t> expected;
-    } cases[] = {
+    // The location and size properties (null: unset) and the answer.
+    const std::tuple<const char*, const char*, std::vector<int32_t>> cases[] = {
             {"540,900", "120,120", {540, 900, 120, 120}},
             {"540abc,900", " -12, +7", {540, 900, -12, 7}},
             {"a,1e3,9", "x,5,", {0, 1, 0, 5}},
             {"540,900", nullptr, {}},
-            {nullptr, "120,120", {}},
             {"", "120,120", {}},
             {",900", "120,120", {}},
-            {"540,", "120,120", {}},
             {"540,900", "120", {}},
             {"540,900", "120,,5", {}},
     };
     sp<IFPCheckService> fp = fpFor("dolv");
-    for (const auto& c : cases) {
-        c.location ? prop(kLocation, c.location) : unsetProp(kLocation);
-        c.size ? prop(kSize, c.size) : unsetProp(kSize);
-        SCOPED_TRACE(std::string(c.location ? c.location : "unset") + " / " +
-                     (c.size ? c.size : "unset"));
+    for (const auto& [location, size, expected] : cases) {
+        prop(kLocation, location);
+        prop(kSize, size);
+        SCOPED_TRACE(std::string(location) + " / " + (size ? size : "unset"));
         log::clear();
-        std::vector<int32_t> paras = {-99};
-        int calls = 0;
-        fp->getFaculaParas([&](const hidl_vec<int32_t>& v) {
-            paras = v;
-            ++calls;
-        });
-        EXPECT_EQ(calls, 1);
-        EXPECT_EQ(paras, c.expected);
-        bool bothSet = c.location && *c.location && c.size && *c.size;
-        if (!bothSet) {
-            EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR),
-                        ElementsAre("**can not get facula paras**"));
-        } else if (c.expected.empty()) {
-            EXPECT_THAT(logged(kTag), ElementsAre("**can get facula paras prop**"));
-        } else {
-            EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
-                        ElementsAre("**can get facula paras prop**",
-                                    "**can get facula paras x y w h**"));
-        }
+        EXPECT_EQ(answer<std::vector<int32_t>>(fp, &IFPCheckService::getFaculaParas), expected);
+        Lines log = {"I **can get facula paras prop**"};
+        if (!*location || !size) log = {"E **can not get facula paras**"};
+        if (!expected.empty()) log.push_back("I **can get facula paras x y w h**");
+        EXPECT_EQ(logOf(kTag), log);
     }
 }
 
 TEST_F(FPCheckServiceTest, SpotColourAndPressureSensorMarginsPerProduct) {
-    const struct {
-        const char* product;
-        uint32_t color;
-        int32_t left, top;
-    } cases[] = {
+    const std::tuple<const char*, uint32_t, int32_t, int32_t> cases[] = {
             {"kaltpro", 0xFF00FFFF, 157, 410},  {"ombrelle", 0xFF00FFFF, 157, 410},
             {"dolvkalt", 0xFF00FFFF, 157, 410}, {"dolv", 0xFFFFFFFF, 0, 0},
             {"xpifin", 0xFFFFFFFF, 0, 0},       {"trovask", 0xFF00FF00, 0, 0},
-            {"helvr", 0xFF00FF00, 0, 0},        {"", 0xFF00FF00, 0, 0},
-    };
-    for (const auto& c : cases) {
-        sp<IFPCheckService> fp = fpFor(c.product);
-        log::clear();
-        EXPECT_EQ(static_cast<uint32_t>(value(fp->getFaculaColor())), c.color) << c.product;
-        EXPECT_EQ(value(fp->getFodPressureSensorMarginLeft()), c.left) << c.product;
-        EXPECT_EQ(value(fp->getFodPressureSensorMarginTop()), c.top) << c.product;
+            {"helvr", 0xFF00FF00, 0, 0},        {"", 0xFF00FF00, 0, 0}};
+    for (const auto& [product, color, left, top] : cases) {
+        sp<IFPCheckService> fp = fpFor(product);
+        EXPECT_EQ(static_cast<uint32_t>(value(fp->getFaculaColor())), color) << product;
+        EXPECT_EQ(value(fp->getFodPressureSensorMarginLeft()), left) << product;
+        EXPECT_EQ(value(fp->getFodPressureSensorMarginTop()), top) << product;
         char colorLine[64];
-        snprintf(colorLine, sizeof(colorLine), "getFaculaColor result = %x ", c.color);
-        if (c.left != 0) {
-            EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
-                        ElementsAre(colorLine,
-                                    "**FodPressureSensorMarginLeft data of ombrelle&kalt is 157**",
-                                    "**FodPressureSensorMarginTop data of ombrelle&kalt is 410**"));
-        } else {
-            EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO), ElementsAre(colorLine));
-            EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR),
-                        ElementsAre("**No matching data found**", "**No matching data found**"));
+        snprintf(colorLine, sizeof(colorLine), "I getFaculaColor result = %x ", color);
+        Lines log = {colorLine, "E **No matching data found**", "E **No matching data found**"};
+        if (left) {
+            log = {colorLine, "I **FodPressureSensorMarginLeft data of ombrelle&kalt is 157**",
+                   "I **FodPressureSensorMarginTop data of ombrelle&kalt is 410**"};
         }
+        EXPECT_EQ(logOf(kTag), log);
     }
 }
 
 TEST_F(FPCheckServiceTest, TypeAndEmptyPackageLists) {
     sp<IFPCheckService> fp = fpFor("kalt");
     prop("persist.vendor.sys.fp.vendor", " goodix ");
-    std::string type = "<no callback>";
-    fp->getFpType([&](const hidl_string& v) { type = v; });
-    EXPECT_EQ(type, " goodix ");
-
-    int calls = 0;
-    auto none = [&](const hidl_vec<hidl_string>& v) {
-        EXPECT_EQ(v.size(), 0u);
-        ++calls;
-    };
-    fp->getFPSensorStartPkgInfo(none);
-    fp->getFPFodCalStartPkgInfo(none);
-    EXPECT_EQ(calls, 2);
-    EXPECT_TRUE(fp->extFun("x", {"a"}, none).isOk());
-    EXPECT_EQ(calls, 2);
-    EXPECT_THAT(logged(kTag), Contains("getFpType type =  goodix  "));
-    EXPECT_THAT(logged(kTag), Contains("getFPSensorStartPkgInfo packages = null "));
-    EXPECT_THAT(logged(kTag), Contains("getFPFodCalStartPkgInfo packages = null "));
+    EXPECT_EQ(answer<std::string>(fp, &IFPCheckService::getFpType), " goodix ");
+    EXPECT_EQ(answer<Lines>(fp, &IFPCheckService::getFPSensorStartPkgInfo), Lines{});
+    EXPECT_EQ(answer<Lines>(fp, &IFPCheckService::getFPFodCalStartPkgInfo), Lines{});
+    expectExtFunSilent(fp);
+    EXPECT_THAT(logged(kTag), ElementsAre("getFpType type =  goodix  ",
+                                          "getFPSensorStartPkgInfo packages = null ",
+                                          "getFPFodCalStartPkgInfo packages = null "));
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // USB, NFC and audio.
-#include "HandsetTest.h"
+#include "AreaTest.h"
 
 namespace tevhost {
 namespace {
 
-using ::android::sp;
-using ::testing::ElementsAre;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IAudioCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::INfcCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IUsbCheckService;
@@ -14,10 +12,10 @@ constexpr const char* kUsbTag = "UsbCheckService";
 constexpr const char* kOrientation = "/sys/class/power_supply/usb/typec_cc_orientation";
 constexpr const char* kTypecOn = "/sys/module/usb20_host/parameters/typec_on";
 
-class SimpleAreasTest : public HandsetTest {
+class SimpleAreasTest : public AreaTest {
   protected:
     void SetUp() override {
-        HandsetTest::SetUp();
+        AreaTest::SetUp();
         auto service = root();
         usb = service->getExtensionUsbCheckService();
         nfc = service->getExtensionNfcCheckService();
@@ -30,65 +28,41 @@ class SimpleAreasTest : public HandsetTest {
 };
 
 TEST_F(SimpleAreasTest, PlugStatusLooksAtTheFirstCharacterOnly) {
-    const struct {
-        const char* content;  // nullptr: absent
-        int32_t expected;
-        const char* message;
-    } cases[] = {
-            {"0\n", 0, "Read typec_cc_orientation sysfs node successful."},
-            {"1", 1, "Read typec_cc_orientation sysfs node successful."},
-            {"2\n", 2, "Read typec_cc_orientation sysfs node successful."},
-            {"12", 1, "Read typec_cc_orientation sysfs node successful."},
-            {"3", -1, "Read typec_cc_orientation sysfs node failed."},
-            {" 1", -1, "Read typec_cc_orientation sysfs node failed."},
-            {"\n", -1, "Read typec_cc_orientation sysfs node failed."},
-            {"", -1, "Read typec_cc_orientation sysfs node failed."},
-            {nullptr, -1, "Read typec_cc_orientation sysfs node failed."},
-    };
-    for (const auto& c : cases) {
-        c.content ? node(kOrientation, c.content) : removeNode(kOrientation);
+    const std::string kRead = "E Read typec_cc_orientation sysfs node ";
+    const std::tuple<const char*, int32_t> cases[] = {{"0\n", 0}, {"1", 1},  {"2\n", 2},
+                                                      {"12", 1},  {"3", -1}, {" 1", -1},
+                                                      {"\n", -1}, {"", -1},  {kAbsent, -1}};
+    for (const auto& [content, expected] : cases) {
+        setNode(kOrientation, content);
         log::clear();
-        EXPECT_EQ(static_cast<int32_t>(usb->getUsbPluginStatus()), c.expected)
-                << (c.content ? c.content : "absent");
-        EXPECT_THAT(logged(kUsbTag), ElementsAre(c.message));
-        EXPECT_THAT(logged(kUsbTag, ANDROID_LOG_ERROR), ElementsAre(c.message));
+        EXPECT_EQ(value(usb->getUsbPluginStatus()), expected) << content;
+        EXPECT_THAT(logOf(kUsbTag), ElementsAre(kRead + (expected < 0 ? "failed." : "successful.")));
     }
 }
 
 TEST_F(SimpleAreasTest, MicroUsbWhenTheSwitchBeginsWithOne) {
-    const struct {
-        const char* content;
-        bool expected;
-        const char* message;
-    } cases[] = {
-            {"1\n", true, "read typec_on sysfs node successful."},
-            {"10", true, "read typec_on sysfs node successful."},
-            {"0", false, "read typec_on sysfs node successful."},
-            {"2", false, "read typec_on sysfs node successful."},
-            {"\n", false, "read typec_on sysfs node successful."},  // a lone line feed is text
-            {"", false, "read typec_on sysfs node failed."},
-            {nullptr, false, "read typec_on sysfs node failed."},
-    };
-    for (const auto& c : cases) {
-        c.content ? node(kTypecOn, c.content) : removeNode(kTypecOn);
+    const std::tuple<const char*, bool, bool> cases[] = {
+            {"1\n", true, true}, {"10", true, true},     {"0", false, true},
+            {"2", false, true},  {"\n", false, true},  // a lone line feed is text
+            {"", false, false},  {kAbsent, false, false}};
+    for (const auto& [content, expected, read] : cases) {
+        setNode(kTypecOn, content);
         log::clear();
-        EXPECT_EQ(static_cast<bool>(usb->isMicroUsbDevice()), c.expected)
-                << (c.content ? c.content : "absent");
-        EXPECT_THAT(logged(kUsbTag, ANDROID_LOG_ERROR), ElementsAre(c.message));
+        EXPECT_EQ(value(usb->isMicroUsbDevice()), expected) << content;
+        EXPECT_THAT(logged(kUsbTag, ANDROID_LOG_ERROR),
+                    ElementsAre(std::string("read typec_on sysfs node ") +
+                                (read ? "successful." : "failed.")));
     }
 }
 
 TEST_F(SimpleAreasTest, FixedStubsNeverAnswerThroughTheirCallbacks) {
-    int calls = 0;
-    auto count = [&](const auto&) { ++calls; };
-    EXPECT_TRUE(nfc->getNfcChipModule(count).isOk());
-    EXPECT_FALSE(static_cast<bool>(nfc->isSupportEse()));
-    EXPECT_EQ(static_cast<int32_t>(audio->smartPACali()), 0);
-    EXPECT_TRUE(audio->speakerCali(count).isOk());
-    EXPECT_TRUE(usb->extFun("", {}, count).isOk());
-    EXPECT_TRUE(nfc->extFun("n", {"a", "b"}, count).isOk());
-    EXPECT_TRUE(audio->extFun("n", {}, count).isOk());
-    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(answer<std::string>(nfc, &INfcCheckService::getNfcChipModule), std::nullopt);
+    EXPECT_FALSE(value(nfc->isSupportEse()));
+    EXPECT_EQ(value(audio->smartPACali()), 0);
+    EXPECT_EQ(answer<std::string>(audio, &IAudioCheckService::speakerCali), std::nullopt);
+    expectExtFunSilent(usb);
+    expectExtFunSilent(nfc);
+    expectExtFunSilent(audio);
     EXPECT_TRUE(logLines().empty());  // none of them touches a node or a property
 }
 

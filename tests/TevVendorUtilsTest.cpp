@@ -1,117 +1,91 @@
-#include "HandsetTest.h"
+// The helpers every area uses: properties, node reads and writes, strings, product lists, and the
+// fixed-buffer node read.
+#include <cstdlib>
+
+#include "AreaTest.h"
+#include "NodeIo.h"
 #include "TevVendorUtils.h"
 
 namespace tevhost {
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
-using ::testing::Not;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::decimalValue;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::NodeRead;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::readNodeOnce;
 using ::vendor::quoril::hardware::tevvendorservice::implementation::TevVendorUtils;
 
-constexpr const char* kTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
-
-class TevVendorUtilsTest : public HandsetTest {
+class TevVendorUtilsTest : public AreaTest {
   protected:
     TevVendorUtils& utils = TevVendorUtils::getInstance();
 };
 
 TEST_F(TevVendorUtilsTest, ReadDropsOnlyTheFinalLineFeed) {
-    const struct {
-        std::string content;
-        std::string expected;
-    } cases[] = {
-            {"5\n", "5"},     {"5", "5"},           {"a\nb\n", "a\nb"},
-            {"", ""},         {"\n", "\n"},  // a lone line feed is kept
-            {"a\n\n", "a\n"}, {" x \r\n", " x \r"}, {"a\nb", "a\nb"},
-    };
-    for (const auto& c : cases) {
-        node("/sys/v", c.content);
-        EXPECT_EQ(utils.readFilePathValue("/sys/v"), c.expected) << "content [" << c.content << "]";
+    const std::pair<std::string, std::string> cases[] = {
+            {"5\n", "5"}, {"5", "5"},       {"a\nb\n", "a\nb"},   {"", ""},
+            {"\n", "\n"}, {"a\n\n", "a\n"}, {" x \r\n", " x \r"}, {"a\nb", "a\nb"}};
+    for (const auto& [content, expected] : cases) {
+        node("/sys/v", content);
+        EXPECT_EQ(utils.readFilePathValue("/sys/v"), expected) << "content [" << content << "]";
     }
-}
-
-TEST_F(TevVendorUtilsTest, ReadOfAnUnopenableNodeIsEmptyAndLogged) {
     for (const char* path : {"/sys/absent", "/sys/denied"}) {
         if (std::string(path) == "/sys/denied") denyNode(path);
         log::clear();
         EXPECT_EQ(utils.readFilePathValue(path), "");
-        EXPECT_THAT(logLines(), ElementsAre(LogLine(ANDROID_LOG_ERROR, kTag,
-                                                    std::string("Failed to open node ") + path),
-                                            LogLine(ANDROID_LOG_INFO, kTag,
-                                                    std::string("ReadFilePathValue path = ") +
-                                                            path + " value = ")));
+        EXPECT_THAT(logOf(kUtilsTag),
+                    ElementsAre(std::string("E Failed to open node ") + path,
+                                std::string("I ReadFilePathValue path = ") + path + " value = "));
     }
 }
 
 TEST_F(TevVendorUtilsTest, WriteSendsOnePieceUnchangedAndSeveralWithLineFeeds) {
-    const struct {
-        std::string value;
-        std::vector<std::string> expected;  // journaled bytes
-        std::string content;
-    } cases[] = {
+    // The value, the bytes journaled and what the node then holds.
+    const std::tuple<std::string, Lines, std::string> cases[] = {
             {"1", {"1"}, "1"},
             {"1\n", {"1\n"}, "1\n"},
             {"a\nb", {"a\nb\n"}, "a\nb\n"},
             {"a\n\nb", {"a\n\nb\n"}, "a\n\nb\n"},
             {"", {}, ""},  // only truncated
     };
-    for (const auto& c : cases) {
+    for (const auto& [value, expected, content] : cases) {
         node("/sys/w", "old content");
         sandbox::clearWrites();
-        EXPECT_EQ(utils.writeFilePathValue("/sys/w", c.value), "success");
-        EXPECT_THAT(writesTo("/sys/w"), ElementsAreArray(c.expected)) << "value [" << c.value << "]";
-        EXPECT_EQ(nodeContent("/sys/w"), c.content);
+        EXPECT_EQ(utils.writeFilePathValue("/sys/w", value), "success");
+        EXPECT_THAT(writesTo("/sys/w"), ElementsAreArray(expected)) << "value [" << value << "]";
+        EXPECT_EQ(nodeContent("/sys/w"), content);
     }
-    EXPECT_THAT(logLines(), Contains(LogLine(ANDROID_LOG_INFO, kTag,
-                                             "WriteFilePathValue path = /sys/w value = 1 result = "
-                                             "success")));
-}
+    EXPECT_THAT(logOf(kUtilsTag),
+                Contains("I WriteFilePathValue path = /sys/w value = 1 result = success"));
 
-TEST_F(TevVendorUtilsTest, WriteToAnUnopenableNodeFails) {
+    log::clear();
+    sandbox::clearWrites();
     denyNode("/sys/denied");
     EXPECT_EQ(utils.writeFilePathValue("/sys/denied", "1"), "fail");
     EXPECT_EQ(utils.writeFilePathValue("/sys/no/such/dir/node", "1"), "fail");
     EXPECT_THAT(writes(), IsEmpty());
-    EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR),
-                ElementsAre("Failed to open node /sys/denied",
-                            "Failed to open node /sys/no/such/dir/node"));
-    EXPECT_THAT(logLines(),
-                Contains(LogLine(ANDROID_LOG_INFO, kTag,
-                                 "WriteFilePathValue path = /sys/denied value = 1 result = fail")));
+    EXPECT_THAT(logOf(kUtilsTag),
+                ElementsAre("E Failed to open node /sys/denied",
+                            "I WriteFilePathValue path = /sys/denied value = 1 result = fail",
+                            "E Failed to open node /sys/no/such/dir/node",
+                            "I WriteFilePathValue path = /sys/no/such/dir/node value = 1 result = "
+                            "fail"));
 }
 
 TEST_F(TevVendorUtilsTest, GetPropertyLogsAndFallsBackToTheDefault) {
     prop("ro.product.name", "qab");
     prop("empty.prop", "");
-    const struct {
-        const char* key;
-        const char* defaultValue;
-        const char* expected;
-        int ret;
-    } cases[] = {
-            {"ro.product.name", "", "qab", 3},
+    const std::tuple<const char*, const char*, const char*, int> cases[] = {
             {"ro.product.name", "x", "qab", 3},
             {"unset.prop", "unknown", "unknown", 7},
             {"unset.prop", "", "", 0},
             {"empty.prop", "", "", 0},
-            {"empty.prop", "d", "d", 1},
-    };
-    for (const auto& c : cases) {
+            {"empty.prop", "d", "d", 1}};
+    for (const auto& [key, defaultValue, expected, ret] : cases) {
         log::clear();
-        EXPECT_EQ(utils.getPropertyValue(c.key, c.defaultValue), c.expected) << c.key;
-        std::string info = std::string("Getprop key = ") + c.key + " , value = " + c.expected +
-                           ", ret = " + std::to_string(c.ret);
-        if (c.ret == 0) {
-            EXPECT_THAT(logLines(),
-                        ElementsAre(LogLine(ANDROID_LOG_INFO, kTag, info),
-                                    LogLine(ANDROID_LOG_ERROR, kTag,
-                                            std::string("Getprop ") + c.key + " erro\n")));
-        } else {
-            EXPECT_THAT(logLines(), ElementsAre(LogLine(ANDROID_LOG_INFO, kTag, info)));
-        }
+        EXPECT_EQ(utils.getPropertyValue(key, defaultValue), expected) << key;
+        Lines log = {std::string("I Getprop key = ") + key + " , value = " + expected +
+                     ", ret = " + std::to_string(ret)};
+        if (ret == 0) log.push_back(std::string("E Getprop ") + key + " erro\n");
+        EXPECT_EQ(logOf(kUtilsTag), log);
     }
 }
 
@@ -124,19 +98,13 @@ TEST_F(TevVendorUtilsTest, SetPropertyFailsExactlyWhenThePlatformRefuses) {
     EXPECT_EQ(utils.setPropertyValue("persist.long", std::string(91, 'x')), "success");
     EXPECT_EQ(props::get("persist.a"), "2");
     EXPECT_EQ(props::get("ro.once"), "1");
-    EXPECT_THAT(logged(kTag, ANDROID_LOG_ERROR),
+    EXPECT_THAT(logged(kUtilsTag, ANDROID_LOG_ERROR),
                 ElementsAre("Setprop ro.once erro\n", "Setprop persist.long erro\n"));
-    EXPECT_THAT(logLines(), Contains(LogLine(ANDROID_LOG_INFO, kTag,
-                                             "Setprop key = ro.once , value = 2, ret = -1")));
+    EXPECT_THAT(logOf(kUtilsTag), Contains("I Setprop key = ro.once , value = 2, ret = -1"));
 }
 
-TEST_F(TevVendorUtilsTest, SplitTakesSeparatorsAsASetOfCharacters) {
-    using V = std::vector<std::string>;
-    const struct {
-        std::string str;
-        std::string separators;
-        V expected;
-    } cases[] = {
+TEST_F(TevVendorUtilsTest, SplitStartswithAndProductLists) {
+    const std::tuple<std::string, std::string, Lines> splits[] = {
             {"", "\n", {}},
             {"x", "\n", {"x"}},
             {"a,b;c", ",;", {"a", "b", "c"}},
@@ -145,38 +113,59 @@ TEST_F(TevVendorUtilsTest, SplitTakesSeparatorsAsASetOfCharacters) {
             {",a", ",", {"", "a"}},
             {"a\n\nb", "\n", {"a", "", "b"}},
             {"a,b", "", {"a,b"}},
-            {"a;b", ";,", {"a", "b"}},
             {",,", ",", {"", ""}},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(utils.splitStr(c.str, c.separators), c.expected) << "[" << c.str << "]";
+    for (const auto& [str, separators, expected] : splits) {
+        EXPECT_EQ(utils.splitStr(str, separators), expected) << "[" << str << "]";
     }
-}
 
-TEST_F(TevVendorUtilsTest, StartswithComparesThePrefix) {
     EXPECT_FALSE(utils.startswith("ab", "abc"));
     EXPECT_TRUE(utils.startswith("abc", ""));
     EXPECT_TRUE(utils.startswith("abc", "ab"));
     EXPECT_FALSE(utils.startswith("abc", "b"));
-    EXPECT_TRUE(utils.startswith("", ""));
+
+    const std::tuple<std::string, Lines, bool> lists[] = {
+            {"abc", {}, false},
+            {"", {""}, true},
+            {"", {"abc"}, false},
+            {"abcin", {"abc"}, true},
+            {"xabc", {"abc"}, true},
+            {"ab", {"abc"}, false},
+            {"qab", {"zob", "qab"}, true},
+            {"QAB", {"qab"}, false},
+            {"x", {"y", ""}, true},
+    };
+    for (const auto& [product, list, expected] : lists) {
+        EXPECT_EQ(utils.checkProductInList(product, list), expected) << product;
+    }
 }
 
-TEST_F(TevVendorUtilsTest, ProductListMatchesByContainment) {
-    using V = std::vector<std::string>;
-    const struct {
-        std::string product;
-        V list;
-        bool expected;
-    } cases[] = {
-            {"abc", {}, false},       {"", {}, false},
-            {"", {""}, true},         {"", {"abc"}, false},
-            {"abcin", {"abc"}, true}, {"xabc", {"abc"}, true},
-            {"ab", {"abc"}, false},   {"qab", {"zob", "qab"}, true},
-            {"QAB", {"qab"}, false},  {"x", {"y", ""}, true},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(utils.checkProductInList(c.product, c.list), c.expected) << c.product;
+TEST_F(TevVendorUtilsTest, DecimalValueIsAtoiThatStopsAtTheEnd) {
+    for (const char* c :
+         {"128\n", "-123456\n", "  42abc", "+7", "-", "", "abc", "\n5", "2147483647", "2147483648",
+          "-2147483649", "99999999999999999999", "-99999999999999999999", "0x10", " \t-0012 "}) {
+        EXPECT_EQ(decimalValue(c), atoi(c)) << "[" << c << "]";
     }
+    // A buffer filled to the brim has no terminator: the digits after it are not part of it.
+    std::string full("1234", 4);
+    EXPECT_EQ(decimalValue(full.substr(0, 2)), 12);
+}
+
+TEST_F(TevVendorUtilsTest, ReadNodeOnceReadsAtMostTheBufferAndReportsWhyItFailed) {
+    std::string text = "untouched";
+    node("/sys/n", "123456789012345");
+    EXPECT_EQ(readNodeOnce("/sys/n", 10, &text), NodeRead::kOk);
+    EXPECT_EQ(text, "1234567890");
+    node("/sys/n", "");
+    EXPECT_EQ(readNodeOnce("/sys/n", 10, &text), NodeRead::kOk);
+    EXPECT_EQ(text, "");
+    text = "untouched";
+    EXPECT_EQ(readNodeOnce("/sys/absent", 10, &text), NodeRead::kOpenFailed);
+    denyNode("/sys/denied");
+    EXPECT_EQ(readNodeOnce("/sys/denied", 10, &text), NodeRead::kOpenFailed);
+    folderNode("/sys/folder");
+    EXPECT_EQ(readNodeOnce("/sys/folder", 10, &text), NodeRead::kReadFailed);
+    EXPECT_EQ(text, "untouched");
 }
 
 }  // namespace

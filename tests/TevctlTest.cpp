@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include <cstdio>
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <sstream>
 
 namespace {
@@ -19,8 +19,7 @@ using ::testing::StartsWith;
 
 struct Result {
     int status;
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 std::string quote(const std::string& s) {
@@ -59,39 +58,24 @@ class TevctlTest : public ::testing::Test {
     }
     void TearDown() override { fs::remove_all(mDir); }
 
-    void prop(const std::string& key, const std::string& value) {
-        std::ofstream(mProfile / "properties", std::ios::app)
-                << "[" << key << "]: [" << value << "]\n";
-    }
     void node(const std::string& path, const std::string& content) {
         writeFile(mProfile / "fs" / path.substr(1), content);
-    }
-    std::string profileNode(const std::string& path) {
-        return readFile(mProfile / "fs" / path.substr(1));
     }
 
     // Runs tevctl on this test's profile (unless the arguments name another device).
     Result tevctl(std::vector<std::string> args, const std::string& input = "") {
-        bool device = false;
-        for (const auto& a : args) device = device || a == "--device";
-        if (!device) args.insert(args.begin(), {"--device", mProfile.string()});
-        return run(args, input);
-    }
-
-    Result run(const std::vector<std::string>& args, const std::string& input = "") {
+        if (std::find(args.begin(), args.end(), "--device") == args.end()) {
+            args.insert(args.begin(), {"--device", mProfile.string()});
+        }
         writeFile(mDir / "stdin", input);
         std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv + " " + TEVCTL_PATH;
         for (const auto& a : args) command += " " + quote(a);
-        command +=
-                " <" + quote((mDir / "stdin").string()) + " 2>" + quote((mDir / "stderr").string());
-        Result r;
-        FILE* pipe = popen(command.c_str(), "r");
-        char buffer[4096];
-        for (size_t n; (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) r.out.append(buffer, n);
-        int status = pclose(pipe);
-        r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        r.err = readFile(mDir / "stderr");
-        return r;
+        const std::string io = " <" + quote((mDir / "stdin").string()) + " >" +
+                               quote((mDir / "stdout").string()) + " 2>" +
+                               quote((mDir / "stderr").string());
+        int status = std::system((command + io).c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                readFile(mDir / "stdout"), readFile(mDir / "stderr")};
     }
 
     void useFakeService() { mEnv = std::string("TEVHOST_HAL_DIR=") + TEVCTL_FAKE_HAL_DIR; }
@@ -101,10 +85,7 @@ class TevctlTest : public ::testing::Test {
 };
 
 TEST_F(TevctlTest, UsageErrorsAreOneLineNamingWhatWasWrong) {
-    const struct {
-        std::vector<std::string> args;
-        const char* says;
-    } cases[] = {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
             {{}, "no command"},
             {{"frob"}, "unknown command 'frob'"},
             {{"--frob", "list"}, "unknown option '--frob'"},
@@ -121,51 +102,45 @@ TEST_F(TevctlTest, UsageErrorsAreOneLineNamingWhatWasWrong) {
             {{"call", "charger", "controlReverseWirelessCharge", "on"}, "control must be"},
             {{"--device", "/nonexistent/profile", "list"}, "no device profile at"},
     };
-    for (const auto& c : cases) {
-        Result r = tevctl(c.args);
-        std::string what = ::testing::PrintToString(c.args);
+    for (const auto& [args, says] : cases) {
+        Result r = tevctl(args);
+        std::string what = ::testing::PrintToString(args);
         EXPECT_EQ(r.status, 2) << what;
         EXPECT_EQ(r.out, "") << what;
         EXPECT_THAT(lines(r.err), ElementsAre(StartsWith("tevctl: "))) << what;
-        EXPECT_THAT(r.err, HasSubstr(c.says)) << what;
+        EXPECT_THAT(r.err, HasSubstr(says)) << what;
     }
 }
 
 TEST_F(TevctlTest, CallPrintsTheAnswerAsTextOrOneJsonObject) {
-    prop("ro.orvu.singlesim", "1");
+    writeFile(mProfile / "properties", "[ro.orvu.singlesim]: [1]\n");
     node("/sys/class/x/node", "old");
-    const struct {
-        std::vector<std::string> args;
-        const char* out;
-    } cases[] = {
-            {{"call", "version", "isSingleSim"}, "true\n"},
-            {{"call", "version", "getBasebandVersion"}, "\"unknown\"\n"},
-            {{"call", "nfc", "getNfcChipModule"}, "(no callback)\n"},
+    // Each output ends with a line feed.
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+            {{"call", "version", "isSingleSim"}, "true"},
+            {{"call", "version", "getBasebandVersion"}, "\"unknown\""},
+            {{"call", "nfc", "getNfcChipModule"}, "(no callback)"},
             {{"--json", "call", "version", "isSingleSim"},
              R"({"area":"version","op":"isSingleSim","args":[],"return":true,"callbacks":[],)"
-             R"("writes":[],"sleeps":[]})"
-             "\n"},
+             R"("writes":[],"sleeps":[]})"},
             {{"--json", "call", "nfc", "getNfcChipModule"},
              R"({"area":"nfc","op":"getNfcChipModule","args":[],"callbacks":[],"writes":[],)"
-             R"("sleeps":[]})"
-             "\n"},
+             R"("sleeps":[]})"},
             {{"--json", "call", "usb", "extFun", "x", "a,,b"},
              R"({"area":"usb","op":"extFun","args":["x",["a","","b"]],"callbacks":[],)"
-             R"("writes":[],"sleeps":[]})"
-             "\n"},
+             R"("writes":[],"sleeps":[]})"},
             // The exact bytes of a node write; non-ASCII callback text stays UTF-8.
             {{"call", "root", "setVendorFileValue", "/sys/class/x/node", "\xc3\xa9\t1"},
-             "\"success\"\nwrite /sys/class/x/node \"\\xc3\\xa9\\t1\"\n"},
+             "\"success\"\nwrite /sys/class/x/node \"\\xc3\\xa9\\t1\""},
             {{"--json", "call", "root", "setVendorFileValue", "/sys/class/x/node", "\xc3\xa9\t1"},
              R"({"area":"root","op":"setVendorFileValue","args":["/sys/class/x/node","é\u00091"],)"
              R"("callbacks":["success"],"writes":[{"path":"/sys/class/x/node",)"
-             R"("data":"\u00c3\u00a9\u00091"}],"sleeps":[]})"
-             "\n"},
+             R"("data":"\u00c3\u00a9\u00091"}],"sleeps":[]})"},
     };
-    for (const auto& c : cases) {
-        Result r = tevctl(c.args);
+    for (const auto& [args, out] : cases) {
+        Result r = tevctl(args);
         EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(r.out, c.out) << ::testing::PrintToString(c.args);
+        EXPECT_EQ(r.out, std::string(out) + "\n") << ::testing::PrintToString(args);
     }
 }
 
@@ -236,26 +211,20 @@ call usb getUsbPluginStatus
 }
 
 TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
-    const struct {
-        const char* step;
-        const char* says;
-    } cases[] = {
+    const std::tuple<const char*, const char*> cases[] = {
             {"call usb", "call needs AREA and OP"},
             {"call usb getUsbPluginStatus \"open", "a quote is not closed"},
             {"node /etc/passwd x", "'/etc/passwd' is not a device path"},
             {"node /sys/x a\\qb", "unknown escape \\q"},
             {"respond /sys/x", "respond needs PATH WORD REPLY"},
-            {"call leds getLedsList", "area leds is not available"},
     };
-    writeFile(mDir / "steps", "");
-    for (const auto& c : cases) {
-        writeFile(mDir / "steps", std::string("call usb getUsbPluginStatus\n") + c.step + "\n");
+    for (const auto& [step, says] : cases) {
+        writeFile(mDir / "steps", std::string("call usb getUsbPluginStatus\n") + step + "\n");
         Result r = tevctl({"run", (mDir / "steps").string()});
-        if (std::string(c.step) == "call leds getLedsList" && r.status == 0) continue;  // merged
-        EXPECT_NE(r.status, 0) << c.step;
-        EXPECT_EQ(lines(r.out).size(), 2u) << c.step;  // the first call ran: "> ..." and -1
-        EXPECT_THAT(r.err, StartsWith("tevctl: " + (mDir / "steps").string() + ":2: ")) << c.step;
-        EXPECT_THAT(r.err, HasSubstr(c.says)) << c.step;
+        EXPECT_NE(r.status, 0) << step;
+        EXPECT_EQ(lines(r.out).size(), 2u) << step;  // the first call ran: "> ..." and -1
+        EXPECT_THAT(r.err, StartsWith("tevctl: " + (mDir / "steps").string() + ":2: ")) << step;
+        EXPECT_THAT(r.err, HasSubstr(says)) << step;
     }
 }
 
@@ -263,12 +232,12 @@ TEST_F(TevctlTest, ScratchCopyKeepsTheProfileInPlaceWritesThrough) {
     node("/sys/class/x/node", "old");
     Result scratch = tevctl({"call", "root", "setVendorFileValue", "/sys/class/x/node", "new"});
     EXPECT_EQ(scratch.status, 0);
-    EXPECT_EQ(profileNode("/sys/class/x/node"), "old");
+    EXPECT_EQ(readFile(mProfile / "fs/sys/class/x/node"), "old");
     EXPECT_TRUE(fs::is_empty(mTmp)) << "the scratch copy is removed";
     Result inPlace =
             tevctl({"--in-place", "call", "root", "setVendorFileValue", "/sys/class/x/node", "new"});
     EXPECT_EQ(inPlace.status, 0);
-    EXPECT_EQ(profileNode("/sys/class/x/node"), "new");
+    EXPECT_EQ(readFile(mProfile / "fs/sys/class/x/node"), "new");
 }
 
 TEST_F(TevctlTest, SleepsAndWritesOfACallAreReportedOnEitherClock) {
@@ -289,18 +258,15 @@ TEST_F(TevctlTest, SleepsAndWritesOfACallAreReportedOnEitherClock) {
                             "tevctl: display doSelfTestAndGetResult: sleeping 0.01 s"));
 }
 
-TEST_F(TevctlTest, AnAreaTheRootDoesNotHandOutIsAOneLineError) {
+TEST_F(TevctlTest, UnavailableAreasAreAOneLineErrorAndLogTextKeepsUtf8) {
     useFakeService();
     Result r = tevctl({"--json", "call", "version", "getFSN"});
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, "");
     EXPECT_THAT(lines(r.err), ElementsAre("tevctl: area version is not available: the root hands "
                                           "out no IVersionCheckService"));
-}
-
-TEST_F(TevctlTest, LogTextKeepsUtf8AndCallbackBytesAreEscaped) {
-    useFakeService();
-    Result r = tevctl({"--json", "--log", "call", "display", "getLcmInfo"});
+    // Callback bytes outside printable ASCII are escaped.
+    r = tevctl({"--json", "--log", "call", "display", "getLcmInfo"});
     EXPECT_THAT(r.out, HasSubstr(R"("callbacks":["panel\u0001é\u00ff"])"));
     EXPECT_THAT(r.out, HasSubstr(R"({"prio":"I","tag":"FakeDisplay",)"
                                  R"("msg":"630尼特绿斑亮度测试\u000a"})"));

@@ -90,23 +90,4 @@ long long statxSize(const char* path) {
     return statx(AT_FDCWD, path, 0, STATX_SIZE, &st) == 0 ? static_cast<long long>(st.stx_size) : -1;
 }
 
-bool writeWithOfstream(const char* path, const std::string& data) {
-    std::ofstream out(path, std::ios::out | std::ios::trunc);
-    if (!out.is_open()) return false;
-    out << data;
-    return true;
-}
-
-bool writeWithFd(const char* path, const std::string& data) {
-    int fd = open(path, O_RDWR | O_NONBLOCK);
-    if (fd < 0) return false;
-    ssize_t n = write(fd, data.data(), data.size());
-    close(fd);
-    return n == static_cast<ssize_t>(data.size());
-}
-
-void sleepSeconds(unsigned seconds) {
-    sleep(seconds);
-}
-
 }  // namespace probe

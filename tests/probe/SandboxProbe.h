@@ -25,8 +25,5 @@ long long statSize(const char* path);
 long long lstatSize(const char* path);
 long long fstatatSize(const char* path);
 long long statxSize(const char* path);
-bool writeWithOfstream(const char* path, const std::string& data);
-bool writeWithFd(const char* path, const std::string& data);
-void sleepSeconds(unsigned seconds);
 
 }  // namespace probe

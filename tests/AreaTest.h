@@ -1,0 +1,106 @@
+// Fixture of the area tests: a node in any state a handset can present, a property set or unset
+// from one argument, an area's log lines with their priorities, the process's open descriptors,
+// and what an operation hands its callback.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "HandsetTest.h"
+
+namespace tevhost {
+
+using ::android::sp;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::IsEmpty;
+using Lines = std::vector<std::string>;
+constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
+
+// Node states besides plain content. A folder opens but cannot be read; /dev/full opens but
+// refuses every write.
+constexpr const char* kAbsent = "<absent>";
+constexpr const char* kDenied = "<denied>";
+constexpr const char* kFolder = "<folder>";
+constexpr const char* kFull = "<full>";
+
+// What |op| hands its callback, or nullopt when it returns without calling it.
+template <typename T, typename S, typename Obj, typename... P, typename... A>
+std::optional<T> answer(const S& obj, ::android::hardware::Return<void> (Obj::*op)(P...),
+                        A&&... args) {
+    std::optional<T> out;
+    int calls = 0;
+    auto ret = ((*obj).*op)(std::forward<A>(args)..., [&](const auto& v) {
+        if constexpr (std::is_same_v<T, std::string>) {
+            out = std::string(v);
+        } else {
+            out = T(v.begin(), v.end());
+        }
+        ++calls;
+    });
+    EXPECT_TRUE(ret.isOk());
+    EXPECT_LE(calls, 1);
+    return out;
+}
+
+// Every area's extFun is a stub: it never calls its callback.
+template <typename S>
+void expectExtFunSilent(const S& area) {
+    using Area = std::remove_reference_t<decltype(*area)>;
+    using Strings = ::android::hardware::hidl_vec<::android::hardware::hidl_string>;
+    EXPECT_FALSE((answer<std::vector<std::string>>(area, &Area::extFun, "x", Strings{"a"})));
+}
+
+class AreaTest : public HandsetTest {
+  protected:
+    using HandsetTest::prop;
+    // nullptr unsets the property.
+    void prop(const std::string& key, const char* value) {
+        value ? HandsetTest::prop(key, value) : unsetProp(key);
+    }
+
+    // Puts the node at |path| into |state|: content, or one of the states above.
+    void setNode(const std::string& path, const std::string& state) {
+        sandbox::allow(path);
+        removeNode(path);
+        if (state == kDenied) {
+            denyNode(path);
+        } else if (state == kFolder) {
+            folderNode(path);
+        } else if (state == kFull) {
+            node(path, "");
+            std::filesystem::remove(hostPath(path));
+            std::filesystem::create_symlink("/dev/full", hostPath(path));
+        } else if (state != kAbsent) {
+            node(path, state);
+        }
+    }
+
+    // |tag|'s log lines as "I text", "E text", ...
+    static std::vector<std::string> logOf(const std::string& tag) {
+        std::vector<std::string> lines;
+        for (const auto& line : log::lines()) {
+            if (line.tag == tag) {
+                lines.push_back(log::priorityLetter(line.priority) + (" " + line.text));
+            }
+        }
+        return lines;
+    }
+
+    static size_t openDescriptors() {
+        size_t count = 0;
+        for ([[maybe_unused]] const auto& fd :
+             std::filesystem::directory_iterator("/proc/self/fd")) {
+            ++count;
+        }
+        return count;
+    }
+};
+
+}  // namespace tevhost
