@@ -232,7 +232,9 @@ TEST_P(TevVendorServiceHidlTest, ListAnswersHoldOnlyKnownMembers) {
     for (int32_t type : torchList) EXPECT_TRUE(type >= 1 && type <= 5) << type;
     ASSERT_TRUE(sarIds.size() == 1 || sarIds.size() == 2);
     EXPECT_EQ(sarIds[0], 33171015);
-    if (sarIds.size() == 2) EXPECT_EQ(sarIds[1], 33171016);
+    if (sarIds.size() == 2) {
+        EXPECT_EQ(sarIds[1], 33171016);
+    }
     EXPECT_TRUE(facula.size() == 0 || facula.size() == 4);
     flashLife->getFlashLifeTime([&](const hidl_vec<hidl_string>& v) {
         ASSERT_EQ(v.size(), 2u);
