@@ -72,10 +72,11 @@ class Audit {
         // First calls may set up what the process keeps for good (the library's own statics).
         for (const Call& c : everyOperation(mProduct, false)) call(c);
 
+        // Every operation on the device as the profile has it (those without nodes included).
         for (const Call& c : everyOperation(mProduct, false)) {
             size_t before = openDescriptors();
             call(c);
-            if (openDescriptors() != before) problems.push_back(c.name() + ": success");
+            if (openDescriptors() != before) problems.push_back(c.name() + ": profile");
         }
         NodeTree tree;
         for (const NodeOperation& entry : nodeOperations(mProduct)) {
