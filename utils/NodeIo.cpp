@@ -38,21 +38,22 @@ int32_t decimalValue(const std::string& text) {
         negative = text[i] == '-';
         ++i;
     }
-    // strtol saturates at LONG_MIN/LONG_MAX; atoi then keeps the low 32 bits.
+    // strtol saturates at LONG_MIN/LONG_MAX; atoi then keeps the low 32 bits. The magnitude stops
+    // growing before it passes LONG_MAX + 1, so that it never wraps around.
+    const unsigned long long limit = static_cast<unsigned long long>(LONG_MAX) + 1;
     unsigned long long magnitude = 0;
     bool saturated = false;
     for (; i < text.size() && isdigit(static_cast<unsigned char>(text[i])); ++i) {
-        magnitude = magnitude * 10 + static_cast<unsigned>(text[i] - '0');
-        if (magnitude > static_cast<unsigned long long>(LONG_MAX) + 1) {
+        const unsigned digit = static_cast<unsigned>(text[i] - '0');
+        if (magnitude > (limit - digit) / 10) {
             saturated = true;
             break;
         }
+        magnitude = magnitude * 10 + digit;
     }
     long value;
     if (negative) {
-        value = saturated || magnitude > static_cast<unsigned long long>(LONG_MAX) + 1
-                        ? LONG_MIN
-                        : static_cast<long>(0ULL - magnitude);
+        value = saturated ? LONG_MIN : static_cast<long>(0ULL - magnitude);
     } else {
         value = saturated || magnitude > static_cast<unsigned long long>(LONG_MAX)
                         ? LONG_MAX
