@@ -113,9 +113,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     tevfuzz::check(h.device.open(h.profile, false, &error), error);
     h.properties = props::all();
     h.drivers = profileDrivers(h.profile);
-    h.root = ITevVendorService::getService();
-    tevfuzz::check(h.root != nullptr, "no root service");
-    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*h.root);
+    h.root = tevfuzz::rootWithEveryArea();
     tevfuzz::forgetHostRecords();
     return 0;
 }

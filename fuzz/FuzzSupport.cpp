@@ -201,3 +201,15 @@ void forgetHostRecords() {
 }
 
 }  // namespace tevfuzz
+
+namespace tevfuzz {
+
+::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>
+rootWithEveryArea() {
+    auto root = ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService::getService();
+    check(root != nullptr, "no root service");
+    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*root);
+    return root;
+}
+
+}  // namespace tevfuzz

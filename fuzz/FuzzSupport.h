@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
+
 #include "CatalogCalls.h"
 
 namespace tevfuzz {
@@ -80,5 +82,10 @@ tevctl::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
 // Forgets what the host stand-ins recorded (log lines, calibration library calls), keeping the
 // calibration library's answers.
 void forgetHostRecords();
+
+// The root service with every area already created (the areas that read the product name in their
+// constructor take it from the properties set now); ends the process when there is no root.
+::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>
+rootWithEveryArea();
 
 }  // namespace tevfuzz

@@ -73,10 +73,8 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     sandbox::setRoot(tevfuzz::scratchFolder("tevfuzz-nodes"));
     props::clear();
     props::set("ro.product.name", kProduct.name);
-    gHarness->root = ITevVendorService::getService();
-    tevfuzz::check(gHarness->root != nullptr, "no root service");
     // Every area is created now: the storage area decides its kind from the product name.
-    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*gHarness->root);
+    gHarness->root = tevfuzz::rootWithEveryArea();
     gHarness->ops = nodeOperations(kProduct);
     for (const NodeOperation& op : gHarness->ops) gHarness->calls.push_back(tableCall(op));
     tevfuzz::forgetHostRecords();

@@ -139,9 +139,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     std::string error;
     tevfuzz::check(h.device.open(h.profile, false, &error), error);
     h.properties = props::all();
-    h.root = ITevVendorService::getService();
-    tevfuzz::check(h.root != nullptr, "no root service");
-    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*h.root);
+    h.root = tevfuzz::rootWithEveryArea();
     tevfuzz::forgetHostRecords();
     return 0;
 }
