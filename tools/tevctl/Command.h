@@ -11,6 +11,7 @@
 
 namespace tevctl {
 
+// What the command line asked for, besides the command.
 struct Options {
     bool steps = false;  // run: each call's text output is headed by the call
     std::string device;
@@ -20,6 +21,7 @@ struct Options {
     bool inPlace = false;
 };
 
+// A usage error: one line on stderr, exit status 2.
 class UsageError {
   public:
     explicit UsageError(std::string message) : message(std::move(message)) {}

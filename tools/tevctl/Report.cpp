@@ -1,3 +1,4 @@
+// report: every reading operation without arguments, area by area, as a table or one JSON object.
 #include <tevcatalog/Values.h>
 
 #include <algorithm>
