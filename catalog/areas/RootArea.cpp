@@ -1,8 +1,8 @@
 // The root's four pass-throughs to any property and any node. The getExtension operations are not
-// listed: tevctl calls them itself to reach the other areas.
-#include "Catalog.h"
+// listed: each area's getter calls them to reach the other areas.
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& rootArea() {
     using I = ITevVendorService;
@@ -46,4 +46,4 @@ const Area& rootArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

@@ -1,9 +1,9 @@
 // USB: plug state and the Type-C switch, both read from nodes.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IUsbCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& usbArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IUsbCheckService;
@@ -18,4 +18,4 @@ const Area& usbArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

@@ -3,6 +3,8 @@
 // each state a handset can present, and on which inputs the service ends its own process.
 #pragma once
 
+#include <tevhost/Profile.h>
+
 #include <functional>
 #include <set>
 #include <string>
@@ -19,7 +21,7 @@ enum class Access {
 
 // One call of an operation, with the arguments that make it open the nodes listed.
 struct NodeOperation {
-    std::string area;               // tevctl's area name ("battery", "root", ...)
+    std::string area;               // the catalogue's area name ("battery", "root", ...)
     std::string op;                 // the operation ("getBatteryTemp")
     std::vector<std::string> args;  // as tevctl takes them on its command line
     Access access;
@@ -79,15 +81,11 @@ class NodeTree {
 std::string terminationOf(const std::string& area, const std::string& op,
                           const std::function<bool(const std::string&)>& denied);
 
-// The drivers a profile declares ("drivers": PATH WORD REPLY lines), to declare again after a
-// sandbox reset.
-struct Driver {
-    std::string path;
-    std::string word;
-    std::string reply;
-};
+using profile::declare;
+using profile::Driver;
+// The drivers the profile at |profileDir| declares, to declare again after a sandbox reset;
+// throws std::runtime_error when its "drivers" file does not parse.
 std::vector<Driver> profileDrivers(const std::string& profileDir);
-void declare(const std::vector<Driver>& drivers);
 
 // The number of descriptors the process has open.
 size_t openDescriptors();

@@ -10,8 +10,6 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "Parse.h"
-
 // Present in a sanitizer build only: the sanitizer allocator's own count of bytes in use.
 extern "C" size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
 
@@ -413,24 +411,11 @@ std::string terminationOf(const std::string& area, const std::string& op,
 
 std::vector<Driver> profileDrivers(const std::string& profileDir) {
     std::vector<Driver> drivers;
-    std::ifstream in(fs::path(profileDir) / "drivers");
-    std::string line;
-    while (std::getline(in, line)) {
-        std::string path, rest, word, reply, ignored;
-        tevctl::firstWord(line, &path, &rest);
-        if (path.empty() || path[0] == '#') continue;
-        std::string rawWord, rawReply;
-        tevctl::firstWord(rest, &rawWord, &rawReply);
-        if (tevctl::decodeEscapes(rawWord, &word, &ignored) &&
-            tevctl::decodeEscapes(rawReply, &reply, &ignored)) {
-            drivers.push_back({path, word, reply});
-        }
+    std::string error;
+    if (!profile::loadDrivers((fs::path(profileDir) / "drivers").string(), &drivers, &error)) {
+        throw std::runtime_error(error);
     }
     return drivers;
-}
-
-void declare(const std::vector<Driver>& drivers) {
-    for (const Driver& d : drivers) sandbox::respond(d.path, d.word, d.reply);
 }
 
 size_t openDescriptors() {

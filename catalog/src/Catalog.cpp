@@ -1,6 +1,6 @@
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 std::string typeName(Type type, const EnumInfo* info) {
     switch (type) {
@@ -105,4 +105,4 @@ const Area* findArea(const std::string& name) {
     return nullptr;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

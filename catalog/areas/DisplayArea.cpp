@@ -2,9 +2,9 @@
 // backlight and touch-panel colour are only read.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IDisplayCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& displayArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
@@ -22,4 +22,4 @@ const Area& displayArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

@@ -3,9 +3,9 @@
 // reading.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ISensorCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& sensorArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::ISensorCheckService;
@@ -74,4 +74,4 @@ const Area& sensorArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

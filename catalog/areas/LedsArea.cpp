@@ -1,9 +1,9 @@
 // The indicator LEDs and the button backlight: switching them drives LED class nodes.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ILedsCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& ledsArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::ILedsCheckService;
@@ -33,4 +33,4 @@ const Area& ledsArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

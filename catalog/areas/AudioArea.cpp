@@ -2,9 +2,9 @@
 // this area is reported as reading.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IAudioCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& audioArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IAudioCheckService;
@@ -19,4 +19,4 @@ const Area& audioArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

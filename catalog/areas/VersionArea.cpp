@@ -1,9 +1,9 @@
 // Version and identity: properties and two /proc nodes, all only read.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IVersionCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& versionArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IVersionCheckService;
@@ -26,4 +26,4 @@ const Area& versionArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

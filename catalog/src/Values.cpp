@@ -1,22 +1,19 @@
-#include "Parse.h"
+#include <tevcatalog/Values.h>
+#include <tevhost/Text.h>
 
 #include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
-namespace tevctl {
+namespace tevcatalog {
 
 namespace {
 
 bool isBlank(char c) {
     return c == ' ' || c == '\t';
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 bool parseInt32(const std::string& text, int32_t* value) {
@@ -47,54 +44,31 @@ std::vector<std::string> splitCommas(const std::string& text) {
     }
 }
 
-}  // namespace
-
-bool decodeEscapes(const std::string& in, std::string* out, std::string* error) {
-    out->clear();
-    for (size_t i = 0; i < in.size(); ++i) {
-        if (in[i] != '\\') {
-            out->push_back(in[i]);
-            continue;
-        }
-        if (++i == in.size()) {
-            *error = "a lone backslash at the end";
-            return false;
-        }
-        switch (in[i]) {
-            case 'n':
-                out->push_back('\n');
-                break;
-            case 't':
-                out->push_back('\t');
-                break;
-            case 'r':
-                out->push_back('\r');
-                break;
-            case '0':
-                out->push_back('\0');
-                break;
-            case '\\':
-            case '"':
-                out->push_back(in[i]);
-                break;
-            case 'x': {
-                int hi = i + 1 < in.size() ? hexDigit(in[i + 1]) : -1;
-                int lo = i + 2 < in.size() ? hexDigit(in[i + 2]) : -1;
-                if (hi < 0 || lo < 0) {
-                    *error = "\\x needs two hexadecimal digits";
-                    return false;
-                }
-                out->push_back(static_cast<char>(hi * 16 + lo));
-                i += 2;
-                break;
-            }
-            default:
-                *error = std::string("unknown escape \\") + in[i];
-                return false;
-        }
+// The length of the valid UTF-8 sequence of two or more bytes at |i|, or 0.
+size_t utf8Sequence(const std::string& s, size_t i) {
+    auto byte = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
+    unsigned char c = byte(i);
+    size_t length = c >= 0xF0 && c <= 0xF4 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c <= 0xDF ? 2 : 0;
+    if (c >= 0xF5) length = 0;
+    if (length == 0 || i + length > s.size()) return 0;
+    for (size_t k = 1; k < length; ++k) {
+        if ((byte(i + k) & 0xC0) != 0x80) return 0;
     }
-    return true;
+    // Overlong three- and four-byte forms, surrogates, and code points past U+10FFFF.
+    if (c == 0xE0 && byte(i + 1) < 0xA0) return 0;
+    if (c == 0xED && byte(i + 1) >= 0xA0) return 0;
+    if (c == 0xF0 && byte(i + 1) < 0x90) return 0;
+    if (c == 0xF4 && byte(i + 1) >= 0x90) return 0;
+    return length;
 }
+
+std::string hexEscape(const char* prefix, unsigned char c) {
+    char buffer[8];
+    snprintf(buffer, sizeof(buffer), "%s%02x", prefix, c);
+    return buffer;
+}
+
+}  // namespace
 
 bool splitWords(const std::string& line, std::vector<std::string>* words, std::string* error) {
     words->clear();
@@ -116,7 +90,8 @@ bool splitWords(const std::string& line, std::vector<std::string>* words, std::s
             return false;
         }
         std::string word;
-        if (!decodeEscapes(line.substr(start, i - start), &word, error)) return false;
+        if (!tevhost::text::decodeEscapes(line.substr(start, i - start), &word, error))
+            return false;
         words->push_back(word);
         ++i;
         if (i < line.size() && !isBlank(line[i])) {
@@ -124,16 +99,6 @@ bool splitWords(const std::string& line, std::vector<std::string>* words, std::s
             return false;
         }
     }
-}
-
-void firstWord(const std::string& line, std::string* word, std::string* rest) {
-    size_t i = 0;
-    while (i < line.size() && isBlank(line[i])) ++i;
-    size_t start = i;
-    while (i < line.size() && !isBlank(line[i])) ++i;
-    *word = line.substr(start, i - start);
-    while (i < line.size() && isBlank(line[i])) ++i;
-    *rest = line.substr(i);
 }
 
 bool parseArgs(const Area& area, const Operation& op, const std::vector<std::string>& texts,
@@ -219,4 +184,117 @@ std::string signature(const Operation& op) {
     return s + ")";
 }
 
-}  // namespace tevctl
+std::string escape(const std::string& s, bool keepUtf8, bool json) {
+    std::string out;
+    for (size_t i = 0; i < s.size(); ++i) {
+        unsigned char c = static_cast<unsigned char>(s[i]);
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c >= 0x20 && c < 0x7f) {
+            out += static_cast<char>(c);
+        } else if (size_t n = keepUtf8 && c >= 0x80 ? utf8Sequence(s, i) : 0) {
+            out.append(s, i, n);
+            i += n - 1;
+        } else if (json) {
+            out += hexEscape("\\u00", c);
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c == '\t') {
+            out += "\\t";
+        } else if (c == '\r') {
+            out += "\\r";
+        } else {
+            out += hexEscape("\\x", c);
+        }
+    }
+    return out;
+}
+
+std::string number(double d) {
+    char buffer[64];
+    auto result = std::to_chars(buffer, buffer + sizeof(buffer), d);
+    return std::string(buffer, result.ptr);
+}
+
+std::string jsonNumber(double d) {
+    return std::isfinite(d) ? number(d) : "null";
+}
+
+std::string jsonValue(const Value& v) {
+    switch (v.type) {
+        case Type::kBool:
+            return v.number ? "true" : "false";
+        case Type::kInt32:
+        case Type::kEnum:
+            return std::to_string(v.number);
+        case Type::kDouble:
+            return jsonNumber(v.real);
+        case Type::kString:
+            return jsonText(v.text);
+        case Type::kIntList: {
+            std::string s = "[";
+            for (size_t i = 0; i < v.ints.size(); ++i)
+                s += (i ? "," : "") + std::to_string(v.ints[i]);
+            return s + "]";
+        }
+        case Type::kStringList: {
+            std::string s = "[";
+            for (size_t i = 0; i < v.texts.size(); ++i) s += (i ? "," : "") + jsonText(v.texts[i]);
+            return s + "]";
+        }
+        case Type::kVoid:
+            break;
+    }
+    return "null";
+}
+
+std::string jsonBytes(const std::string& bytes) {
+    return "\"" + escape(bytes, false, true) + "\"";
+}
+
+std::string jsonText(const std::string& text) {
+    return "\"" + escape(text, true, true) + "\"";
+}
+
+std::string textValue(const Value& v) {
+    switch (v.type) {
+        case Type::kBool:
+            return v.number ? "true" : "false";
+        case Type::kInt32:
+            return std::to_string(v.number);
+        case Type::kEnum:
+            for (const auto& member : v.info->members) {
+                if (member.second == v.number) return member.first;
+            }
+            return std::to_string(v.number);
+        case Type::kDouble:
+            return number(v.real);
+        case Type::kString:
+            return "\"" + escape(v.text, true, false) + "\"";
+        case Type::kIntList: {
+            std::string s = "[";
+            for (size_t i = 0; i < v.ints.size(); ++i) {
+                s += (i ? ", " : "") + std::to_string(v.ints[i]);
+            }
+            return s + "]";
+        }
+        case Type::kStringList: {
+            std::string s = "[";
+            for (size_t i = 0; i < v.texts.size(); ++i) {
+                s += (i ? ", \"" : "\"") + escape(v.texts[i], true, false) + "\"";
+            }
+            return s + "]";
+        }
+        case Type::kVoid:
+            break;
+    }
+    return "";
+}
+
+std::string resultNotation(const Operation& op) {
+    if (op.callback != Type::kVoid) return "cb(" + typeName(op.callback) + ")";
+    return typeName(op.result);
+}
+
+}  // namespace tevcatalog

@@ -1,9 +1,9 @@
 // Fingerprint: identity and FOD geometry are read; the screen effect writes the display node.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IFPCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& fpArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IFPCheckService;
@@ -35,4 +35,4 @@ const Area& fpArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

@@ -2,9 +2,9 @@
 // nodes.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IBatteryCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& batteryArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IBatteryCheckService;
@@ -26,4 +26,4 @@ const Area& batteryArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

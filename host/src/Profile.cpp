@@ -1,58 +1,23 @@
-#include "Device.h"
-
 #include <tevhost/FakeSensorService.h>
+#include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/SensorCal.h>
+#include <tevhost/Text.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
-#include "Parse.h"
-
-#ifndef TEVCTL_DEVICES_DIR
-#define TEVCTL_DEVICES_DIR "devices"
+#ifndef TEVHOST_DEVICES_DIR
+#define TEVHOST_DEVICES_DIR "devices"
 #endif
 
 namespace fs = std::filesystem;
 
-namespace tevctl {
+namespace tevhost::profile {
 
 namespace {
-
-using namespace tevhost;
-
-// "PATH WORD REPLY" lines; WORD and REPLY take C escapes, REPLY is the rest of the line.
-bool loadDrivers(const std::string& file, std::string* error) {
-    std::ifstream in(file);
-    if (!in) return true;  // the file is optional
-    std::string line;
-    int number = 0;
-    while (std::getline(in, line)) {
-        ++number;
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        std::string path, rest, word, reply, problem;
-        firstWord(line, &path, &rest);
-        if (path.empty() || path[0] == '#') continue;
-        std::string rawWord, rawReply;
-        firstWord(rest, &rawWord, &rawReply);
-        if (sandbox::devicePath(path).empty()) {
-            problem = "'" + path + "' is not a device path";
-        } else if (rawWord.empty()) {
-            problem = "a driver needs PATH WORD REPLY";
-        } else if (!decodeEscapes(rawWord, &word, &problem) ||
-                   !decodeEscapes(rawReply, &reply, &problem)) {
-            // |problem| says what was wrong
-        } else {
-            sandbox::respond(sandbox::devicePath(path), word, reply);
-            continue;
-        }
-        *error = file + ":" + std::to_string(number) + ": " + problem;
-        return false;
-    }
-    return true;
-}
 
 // The closed calibration library and the sibling sensor service answer as the profile says; a
 // profile without a "hall" file has no sibling service at all.
@@ -69,30 +34,73 @@ bool loadOptional(const fs::path& file, bool (*load)(const std::string&, int*), 
 
 }  // namespace
 
-std::string bundledDevicesDir() {
+std::string bundledDir() {
     const char* dir = getenv("TEVCTL_DEVICES");
-    return dir && *dir ? dir : TEVCTL_DEVICES_DIR;
+    return dir && *dir ? dir : TEVHOST_DEVICES_DIR;
 }
 
-std::string defaultProfile() {
-    return bundledDevicesDir() + "/qab";
+std::string defaultDir() {
+    return bundledDir() + "/qab";
 }
 
-std::string resolveProfile(const std::string& arg) {
+std::string resolve(const std::string& arg) {
     std::error_code ec;
     if (fs::is_directory(arg, ec)) return arg;
     if (arg.find('/') == std::string::npos) {
-        std::string bundled = bundledDevicesDir() + "/" + arg;
+        std::string bundled = bundledDir() + "/" + arg;
         if (fs::is_directory(bundled, ec)) return bundled;
     }
     return arg;
 }
 
-Device::~Device() {
+bool parseDriver(const std::string& line, const std::string& what, Driver* driver,
+                 std::string* error) {
+    std::string path, rest, rawWord, rawReply;
+    text::firstWord(line, &path, &rest);
+    text::firstWord(rest, &rawWord, &rawReply);
+    if (rawWord.empty()) {
+        *error = what + " needs PATH WORD REPLY";
+        return false;
+    }
+    driver->path = sandbox::devicePath(path);
+    if (driver->path.empty()) {
+        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        return false;
+    }
+    return text::decodeEscapes(rawWord, &driver->word, error) &&
+           text::decodeEscapes(rawReply, &driver->reply, error);
+}
+
+bool loadDrivers(const std::string& file, std::vector<Driver>* drivers, std::string* error) {
+    std::ifstream in(file);
+    if (!in) return true;  // the file is optional
+    std::string line;
+    int number = 0;
+    while (std::getline(in, line)) {
+        ++number;
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        std::string first, rest, problem;
+        text::firstWord(line, &first, &rest);
+        if (first.empty() || first[0] == '#') continue;
+        Driver driver;
+        if (!parseDriver(line, "a driver", &driver, &problem)) {
+            *error = file + ":" + std::to_string(number) + ": " + problem;
+            return false;
+        }
+        drivers->push_back(std::move(driver));
+    }
+    return true;
+}
+
+void declare(const std::vector<Driver>& drivers) {
+    for (const Driver& d : drivers) sandbox::respond(d.path, d.word, d.reply);
+}
+
+Profile::~Profile() {
     close();
 }
 
-bool Device::open(const std::string& dir, bool inPlace, std::string* error) {
+bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
     std::error_code ec;
     mDir = dir;
     fs::path profile = fs::absolute(dir, ec);
@@ -134,26 +142,28 @@ bool Device::open(const std::string& dir, bool inPlace, std::string* error) {
     }
     sandbox::reset();
     sandbox::setRoot(root);
-    return loadDrivers((profile / "drivers").string(), error) &&
-           loadOptional(profile / "sensorcal", tevhost::sensorcal::loadFile, error) &&
-           loadOptional(profile / "hall", tevhost::hall::loadFile, error);
+    std::vector<Driver> drivers;
+    if (!loadDrivers((profile / "drivers").string(), &drivers, error)) return false;
+    declare(drivers);
+    return loadOptional(profile / "sensorcal", sensorcal::loadFile, error) &&
+           loadOptional(profile / "hall", hall::loadFile, error);
 }
 
-void Device::close() {
+void Profile::close() {
     if (mScratch.empty()) return;
-    tevhost::sandbox::setRoot("");
+    sandbox::setRoot("");
     std::error_code ignored;
     fs::remove_all(mScratch, ignored);
     mScratch.clear();
 }
 
-bool Device::writeNode(const std::string& path, const std::string& content, std::string* error) {
-    std::string device = tevhost::sandbox::devicePath(path);
+bool Profile::writeNode(const std::string& path, const std::string& content, std::string* error) {
+    std::string device = sandbox::devicePath(path);
     if (device.empty()) {
         *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
         return false;
     }
-    fs::path host = tevhost::sandbox::hostPath(device);
+    fs::path host = sandbox::hostPath(device);
     std::error_code ec;
     fs::create_directories(host.parent_path(), ec);
     std::ofstream out(host, std::ios::binary | std::ios::trunc);
@@ -165,15 +175,15 @@ bool Device::writeNode(const std::string& path, const std::string& content, std:
     return true;
 }
 
-bool Device::removeNode(const std::string& path, std::string* error) {
-    std::string device = tevhost::sandbox::devicePath(path);
+bool Profile::removeNode(const std::string& path, std::string* error) {
+    std::string device = sandbox::devicePath(path);
     if (device.empty()) {
         *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
         return false;
     }
     std::error_code ec;
-    fs::remove_all(tevhost::sandbox::hostPath(device), ec);
+    fs::remove_all(sandbox::hostPath(device), ec);
     return true;
 }
 
-}  // namespace tevctl
+}  // namespace tevhost::profile

@@ -2,9 +2,9 @@
 // the last value of each answer for the life of the process.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IFlashLifeCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& flashLifeArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IFlashLifeCheckService;
@@ -22,4 +22,4 @@ const Area& flashLifeArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

@@ -2,9 +2,9 @@
 // operations drive the flash LED nodes: none of them counts as reading.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ICameraCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 namespace {
 
@@ -61,4 +61,4 @@ const Area& cameraArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

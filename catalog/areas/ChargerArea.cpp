@@ -1,9 +1,9 @@
 // Charger: current, type, fast-charge support; switching reverse wireless charging drives a node.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IChargerCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& chargerArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::IChargerCheckService;
@@ -33,4 +33,4 @@ const Area& chargerArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

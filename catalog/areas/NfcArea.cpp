@@ -1,9 +1,9 @@
 // NFC: fixed answers.
 #include <vendor/quoril/hardware/tevvendorservice/1.0/INfcCheckService.h>
 
-#include "Catalog.h"
+#include <tevcatalog/Catalog.h>
 
-namespace tevctl {
+namespace tevcatalog {
 
 const Area& nfcArea() {
     using I = ::vendor::quoril::hardware::tevvendorservice::V1_0::INfcCheckService;
@@ -18,4 +18,4 @@ const Area& nfcArea() {
     return area;
 }
 
-}  // namespace tevctl
+}  // namespace tevcatalog

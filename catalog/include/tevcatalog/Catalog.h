@@ -1,6 +1,6 @@
-// The catalogue of everything tevctl can ask the service: the areas the root hands out, and for
-// each its operations with argument and result types, whether the operation only reads, and an
-// adapter that makes the call through the generated interface. One table file per area.
+// The catalogue of the interface's operations: the areas the root hands out, and for each its
+// operations with argument and result types, whether the operation only reads, and an adapter
+// that makes the call through the generated interface. One table file per area (areas/).
 #pragma once
 
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace tevctl {
+namespace tevcatalog {
 
 using ::android::sp;
 using ::android::hardware::hidl_enum_range;
@@ -250,4 +250,4 @@ const Area& displayArea();
 const Area& fpArea();
 const Area& audioArea();
 
-}  // namespace tevctl
+}  // namespace tevcatalog
