@@ -13,11 +13,7 @@
 
 #include "TevVendorUtils.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -540,8 +536,4 @@ std::string CameraCheckService::replaceCamera(std::string text, std::string from
     return text;
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

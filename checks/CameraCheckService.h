@@ -7,11 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -55,8 +51,4 @@ class CameraCheckService : public ICameraCheckService {
     std::vector<std::string> torchSwitchProducts;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

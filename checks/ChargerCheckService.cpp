@@ -11,11 +11,7 @@
 
 #include "NodeIo.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -170,8 +166,4 @@ Return<void> ChargerCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

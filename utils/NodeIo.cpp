@@ -7,11 +7,7 @@
 #include <climits>
 #include <vector>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 NodeRead readNodeOnce(const char* path, size_t size, std::string* text) {
     int fd = open(path, O_RDONLY | O_NONBLOCK);
@@ -62,8 +58,4 @@ int32_t decimalValue(const std::string& text) {
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long>(value)));
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -4,11 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 // Outcome of a fixed-buffer node read.
 enum class NodeRead {
@@ -27,8 +23,4 @@ NodeRead readNodeOnce(const char* path, size_t size, std::string* text);
 // range wrap as glibc's atoi does (it is strtol truncated to int).
 int32_t decimalValue(const std::string& text);
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation
