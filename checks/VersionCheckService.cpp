@@ -1,6 +1,7 @@
 #include "VersionCheckService.h"
 
 #include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
 namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
@@ -20,10 +21,6 @@ constexpr const char* kVerifiedBootProp = "ro.boot.verifiedbootstate";
 constexpr const char* kKernelVersionNode = "/proc/version";
 constexpr const char* kSerialNumNode = "/proc/serial_num";
 constexpr const char* kUnknown = "unknown";
-
-std::string prop(const char* key, const char* defaultValue = "") {
-    return TevVendorUtils::getInstance().getPropertyValue(key, defaultValue);
-}
 
 }  // namespace
 
