@@ -8,7 +8,7 @@
 #include <fstream>
 #include <string>
 
-#include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
 namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
@@ -36,12 +36,11 @@ constexpr TouchPanelCheck kTouchPanelChecks[] = {
         {"i2c", 2, "TOUCH_PANEL_CHECK_I2C"},
 };
 
-constexpr const char* kProductNameProp = "ro.product.name";
 constexpr const char* kProductDeviceProp = "ro.product.device";
 constexpr const char* kFbPanelInfoPath = "/sys/class/graphics/fb0/msm_fb_panel_info";
 constexpr const char* kDrmPanelInfoPath = "/sys/class/drm/card0-DSI-1/panel_info";
 // Products whose panel is described by the frame-buffer node.
-constexpr const char* kFbPanelProducts[] = {"mardusk", "marskol"};
+const ProductList kFbPanelProducts = {"mardusk", "marskol"};
 constexpr const char* kPanelNameKey = "panel_name";
 constexpr size_t kPanelNameKeyLength = 10;
 // The key and its one separator character ('=', ':', ...).
@@ -58,10 +57,6 @@ constexpr int kBacklightCeiling = 4095;
 
 constexpr const char* kSysPanelColorProp = "sys.panel.color";
 constexpr const char* kVendorPanelColorProp = "vendor.panel.color";
-
-std::string prop(const char* key) {
-    return TevVendorUtils::getInstance().getPropertyValue(key, "");
-}
 
 std::string asciiLower(std::string text) {
     for (char& c : text) {
@@ -111,20 +106,14 @@ Return<bool> DisplayCheckService::doSelfTestAndGetResult() {
 
 Return<void> DisplayCheckService::getLcmInfo(getLcmInfo_cb _hidl_cb) {
     std::string result;
-    std::string product = prop(kProductNameProp);
-    const char* path = kDrmPanelInfoPath;
-    for (const char* fbProduct : kFbPanelProducts) {
-        if (product.find(fbProduct) != std::string::npos) {
-            path = kFbPanelInfoPath;
-            break;
-        }
-    }
+    const char* path = productContainsOneOf(productName(), kFbPanelProducts) ? kFbPanelInfoPath
+                                                                             : kDrmPanelInfoPath;
     ALOGE("open %s", path);
     std::ifstream node(path, std::ios::in);
     std::string line;
     // The panel name is searched for up to the first empty line only.
     while (std::getline(node, line) && !line.empty()) {
-        if (line.compare(0, kPanelNameKeyLength, kPanelNameKey) == 0) {
+        if (beginsWith(line, kPanelNameKey)) {
             ALOGE("The result of getLcmInfo is %s", line.c_str());
             // A bare "panel_name" has no value after it.
             if (line.size() >= kPanelNameValueStart) {
@@ -167,7 +156,7 @@ Return<int32_t> DisplayCheckService::getBacklightValue() {
     std::string device = asciiLower(prop(kProductDeviceProp));
     // Content without a number is not a level: the conversion refuses it and the service stops.
     int value = std::stoi(content);
-    if (device.find(kCappedBacklightDevice) != std::string::npos && value > kBacklightCeiling) {
+    if (contains(device, kCappedBacklightDevice) && value > kBacklightCeiling) {
         value = kBacklightCeiling;
     }
     node.close();
