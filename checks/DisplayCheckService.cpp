@@ -5,6 +5,9 @@
 #include <log/log.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -65,6 +68,29 @@ std::string asciiLower(std::string text) {
         }
     }
     return text;
+}
+
+// The level in the backlight text as the standard decimal conversion (std::stoi) reads it:
+// leading white space, a sign, digits up to the first other byte. False when there is no number,
+// or one beyond int.
+bool backlightLevel(const std::string& content, int* level) {
+    const char* begin = content.c_str();
+    char* end = nullptr;
+    errno = 0;
+    long value = strtol(begin, &end, 10);
+    if (end == begin || errno == ERANGE || value < INT_MIN || value > INT_MAX) {
+        return false;
+    }
+    *level = static_cast<int>(value);
+    return true;
+}
+
+// Without a level in the backlight text (no number, or one beyond int) there is nothing to
+// report, and the service does not make one up: the standard conversion's own error (invalid
+// argument, out of range) escapes the call, and the service host, which catches nothing, ends.
+[[noreturn]] void unusableBacklightText(const std::string& content) {
+    (void)std::stoi(content);
+    abort();  // not reached: the conversion refuses |content|
 }
 
 }  // namespace
@@ -154,15 +180,15 @@ Return<int32_t> DisplayCheckService::getBacklightValue() {
     }
 
     std::string device = asciiLower(prop(kProductDeviceProp));
-    // Content without a number is not a level: the conversion refuses it and the service stops.
-    int value = std::stoi(content);
+    // The conversion comes before any test of the content: empty content holds no number either.
+    int value;
+    if (!backlightLevel(content, &value)) {
+        unusableBacklightText(content);
+    }
     if (contains(device, kCappedBacklightDevice) && value > kBacklightCeiling) {
         value = kBacklightCeiling;
     }
     node.close();
-    if (content.empty()) {
-        return -1;
-    }
     ALOGE("The result of getBacklightValue is %d.", value);
     return value;
 }
