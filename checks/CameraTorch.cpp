@@ -1,7 +1,8 @@
-#define LOG_TAG "CameraCheckService-hal"
-
 // Torch control of CameraCheckService: the flash LEDs driven on their LED class nodes with plain
 // descriptor I/O, and the torches each product has.
+#define LOG_TAG "CameraCheckService-hal"
+
+#include "CameraCheckService.h"
 
 #include <fcntl.h>
 #include <log/log.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "CameraCheckService.h"
 #include "NodeIo.h"
 #include "Vocabulary.h"
 
