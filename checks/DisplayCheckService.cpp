@@ -3,7 +3,6 @@
 #include "DisplayCheckService.h"
 
 #include <log/log.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -19,25 +18,6 @@ using ::android::hardware::Void;
 
 // Every message of this area goes out at ERROR, the successful ones included.
 namespace {
-
-// The touch driver's diagnostic node: a written check word starts that check, and the node then
-// reads the check's result word.
-constexpr const char* kTouchPanelDiagPath = "/proc/tp_selftest";
-// The result word of a check that passed.
-constexpr const char* kTouchPanelPass = "2";
-
-struct TouchPanelCheck {
-    const char* word;      // written to start the check
-    unsigned int seconds;  // the driver needs this long before the result can be read
-    const char* logName;
-};
-
-// In the order the driver expects them.
-constexpr TouchPanelCheck kTouchPanelChecks[] = {
-        {"short", 6, "TOUCH_PANEL_CHECK_SHORT"},
-        {"open", 4, "TOUCH_PANEL_CHECK_OPEN"},
-        {"i2c", 2, "TOUCH_PANEL_CHECK_I2C"},
-};
 
 constexpr const char* kProductDeviceProp = "ro.product.device";
 constexpr const char* kFbPanelInfoPath = "/sys/class/graphics/fb0/msm_fb_panel_info";
@@ -94,41 +74,6 @@ bool backlightLevel(const std::string& content, int* level) {
 }
 
 }  // namespace
-
-Return<bool> DisplayCheckService::doSelfTestAndGetResult() {
-    // One stream and one result word for all three checks. A read that extracts nothing (the
-    // node did not reopen, or held only white space) leaves the previous check's word in place.
-    std::fstream node;
-    std::string result;
-
-    node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
-    if (!node.is_open()) {
-        ALOGE("Failed to open TOUCH_PANEL_DIAG_HANDLE.");
-        return false;
-    }
-    bool first = true;
-    for (const TouchPanelCheck& check : kTouchPanelChecks) {
-        if (!first) {
-            // A failure here only leaves the stream failed; the check's read decides.
-            node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
-        }
-        first = false;
-        node << check.word;
-        node.close();
-
-        sleep(check.seconds);
-
-        node.open(kTouchPanelDiagPath, std::ios::in);
-        node >> result;
-        node.close();
-        if (result.size() != 1 || result != kTouchPanelPass) {
-            ALOGE("The result of %s is %s.", check.logName, result.c_str());
-            return false;
-        }
-    }
-    ALOGE("doSelfTestAndGetResult pass.");
-    return true;
-}
 
 Return<void> DisplayCheckService::getLcmInfo(getLcmInfo_cb _hidl_cb) {
     std::string result;

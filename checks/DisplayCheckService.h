@@ -9,8 +9,8 @@ using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
 
-// Touch-panel self-test through the touch driver's diagnostic node, the display panel's name,
-// the backlight level and the touch-panel colour.
+// Touch-panel self-test through the touch driver's diagnostic node (DisplaySelfTest.cpp), the
+// display panel's name, the backlight level and the touch-panel colour.
 class DisplayCheckService : public IDisplayCheckService {
   public:
     Return<bool> doSelfTestAndGetResult() override;
