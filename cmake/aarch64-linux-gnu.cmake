@@ -19,4 +19,6 @@ foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-Wl,-rpath-link,${TEV_AARCH64_ROOT}/usr/lib/p7zip")
 endforeach()
 find_program(TEV_QEMU qemu-aarch64 REQUIRED)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${TEV_QEMU} -L ${TEV_AARCH64_ROOT})
+# Cached, so that scripts read it from the build folder.
+set(CMAKE_CROSSCOMPILING_EMULATOR "${TEV_QEMU};-L;${TEV_AARCH64_ROOT}"
+    CACHE STRING "The command words that run a program of the build")
