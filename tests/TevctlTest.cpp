@@ -10,6 +10,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "ChildProcess.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -68,7 +70,8 @@ class TevctlTest : public ::testing::Test {
             args.insert(args.begin(), {"--device", mProfile.string()});
         }
         writeFile(mDir / "stdin", input);
-        std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv + " " + TEVCTL_PATH;
+        std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv;
+        for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) command += " " + quote(word);
         for (const auto& a : args) command += " " + quote(a);
         const std::string io = " <" + quote((mDir / "stdin").string()) + " >" +
                                quote((mDir / "stdout").string()) + " 2>" +

@@ -3,7 +3,7 @@
 # properties and exactly its listed nodes byte for byte, and tevctl answers from it.
 set -euo pipefail
 src=$1
-tevctl=$2
+tevctl=("${@:2}")  # the words that run tevctl: in a cross build, the emulator's first
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export FAKE_HANDSET=$work/handset
@@ -39,6 +39,6 @@ cmp "$profile/fs/sys/class/power_supply/usb/typec_cc_orientation" \
 grep -q "cannot read /sys/class/leds/red/brightness" "$work/err" || fail "refused node not named"
 grep -q -- "-s 0123 shell getprop" "$FAKE_HANDSET/commands" || fail "serial not passed to adb"
 # tevctl answers from the captured profile.
-[ "$("$tevctl" --device "$profile" call usb getUsbPluginStatus)" = 2 ] || fail "usb answer"
-[ "$("$tevctl" --device "$profile" call version isSingleSim)" = true ] || fail "version answer"
+[ "$("${tevctl[@]}" --device "$profile" call usb getUsbPluginStatus)" = 2 ] || fail "usb answer"
+[ "$("${tevctl[@]}" --device "$profile" call version isSingleSim)" = true ] || fail "version answer"
 echo "capture-device: 1 passed, 0 failed"
