@@ -43,7 +43,7 @@ for row in "${cases[@]}"; do
     IFS='|' read -r level steps fail status jobs statusLines line <<<"$row"
     rm -rf "$work/top/build" "$work/ninja.args"
     got=0
-    env ${level:+CMAKE_BUILD_PARALLEL_LEVEL=$level} STEPS=$steps FAIL=$fail \
+    env ${level:+CMAKE_BUILD_PARALLEL_LEVEL=$level} STEPS="$steps" FAIL="$fail" \
         "$work/top/scripts/build" t c++ >"$work/out" 2>"$work/err" </dev/null || got=$?
     gotJobs=-
     [ -f "$work/ninja.args" ] && gotJobs=$(sed -n 's/.*-j \([0-9]*\).*/\1/p' "$work/ninja.args")
