@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <tevhost/Text.h>
 
+#include <optional>
+
 namespace {
 
 using tevhost::text::parseInt32;
@@ -31,7 +33,9 @@ TEST(HostTextTest, AnIntegerIsAnOptionalMinusAndDigitsInRange) {
         int32_t value = 12345;
         bool ok = parseInt32(text, &value);
         EXPECT_EQ(ok, expected.has_value()) << ::testing::PrintToString(std::string(text));
-        if (ok && expected) EXPECT_EQ(value, *expected) << text;
+        if (ok && expected) {
+            EXPECT_EQ(value, *expected) << text;
+        }
     }
 }
 
