@@ -2,6 +2,7 @@
 // status, on device profiles made by each test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -286,8 +287,8 @@ TEST_F(TevctlTest, EveryRunStepTakesQuotedWordsWithEscapes) {
 }
 
 TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
-    // file | its content (a folder for "/", a link to nowhere for "->") | the answer of the call
-    // below, or the error after the profile's folder
+    // file | its content (a folder for "/", a link to nowhere for "->", a pipe for "|") | the
+    // answer of the call below, or the error (PROFILE: the profile's folder)
     const std::tuple<const char*, const char*, const char*> cases[] = {
             {"properties", "persist.vendor.x=7\r\n", R"("7")"},
             {"properties", "persist.vendor.x = 7 \n", R"("7")"},
@@ -311,6 +312,7 @@ TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
             {"fs", "x", "/fs is not a folder, where the nodes' folder is expected"},
             {"drivers", "->", "cannot read PROFILE/drivers: No such file or directory"},
             {"hall", "->", "cannot read PROFILE/hall: No such file or directory"},
+            {"fs/sys/pipe", "|", "cannot copy PROFILE/fs/sys/pipe: not a file, folder or link"},
     };
     for (const auto& [file, content, says] : cases) {
         fs::remove_all(mProfile);
@@ -323,6 +325,9 @@ TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
             fs::create_directories(path);
         } else if (std::string(content) == "->") {
             fs::create_symlink(mDir / "nowhere", path);
+        } else if (std::string(content) == "|") {
+            fs::create_directories(path.parent_path());
+            ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
         } else {
             writeFile(path, content);
         }
