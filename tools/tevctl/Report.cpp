@@ -28,7 +28,7 @@ class Report {
         }
         mSession.onTermination([this](const CallRecord& r) { terminated(r); });
         if (mOptions.json) {
-            printf("{\"device\":%s,\"areas\":[", jsonText(mDevice).c_str());
+            printf("{\"device\":%s,\"areas\":[", json::write(mDevice).c_str());
         } else {
             row("AREA", "OPERATION", "ANSWER");
         }
@@ -39,7 +39,7 @@ class Report {
             firstArea = false;
         }
         if (mOptions.json) printf("]}\n");
-        fflush(stdout);
+        flushOutput();
         return 0;
     }
 
@@ -62,7 +62,7 @@ class Report {
     void reportArea(const Area& area, bool first) {
         if (mOptions.json) {
             printf("%s{\"area\":%s,\"interface\":%s,\"calls\":[", first ? "" : ",",
-                   jsonText(area.name).c_str(), jsonText(area.interface).c_str());
+                   json::write(area.name).c_str(), json::write(area.interface).c_str());
         }
         bool available = true;
         mCallsInArea = 0;
@@ -76,12 +76,13 @@ class Report {
                 break;
             }
             if (mOptions.json) {
-                printf("%s%s", mCallsInArea ? "," : "", jsonCall(r, mOptions.log).c_str());
+                printf("%s%s", mCallsInArea ? "," : "",
+                       json::write(callJson(r, mOptions.log)).c_str());
             } else {
                 textCall(r);
             }
             ++mCallsInArea;
-            fflush(stdout);
+            flushOutput();
         }
         if (!any) available = mSession.available(area);
         if (mOptions.json) {
@@ -91,13 +92,13 @@ class Report {
         } else if (!any) {
             row(area.name, "-", "(no reading operations)");
         }
-        fflush(stdout);
+        flushOutput();
     }
 
     void terminated(const CallRecord& r) {
         if (mOptions.json) {
             printf("%s%s],\"available\":true}]}\n", mCallsInArea ? "," : "",
-                   jsonCall(r, mOptions.log).c_str());
+                   json::write(callJson(r, mOptions.log)).c_str());
         } else {
             textCall(r);
         }
