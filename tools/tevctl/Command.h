@@ -45,6 +45,9 @@ std::string unavailable(const Area& area);
 int commandList(Session& session, const Options& o);
 // report: every reading operation without arguments, of every area, on the profile |device|.
 int commandReport(Session& session, const Options& o, const std::string& device);
+// debug: the root's debug call with |options|, its output as the service writes it (what lshal
+// debug prints on the handset).
+int commandDebug(Session& session, const Options& o, const std::vector<std::string>& options);
 
 // A bad run step: "FILE:LINE: what", and the exit status it gives.
 class StepError {

@@ -22,6 +22,7 @@ Asks the vendor test service, loaded in-process as on the handset, on a simulate
 Commands:
   list                     the areas and every operation with its argument and result types
   report                   every reading operation without arguments, of every area
+  debug [OPTION...]        the root's debug call with OPTIONs, as lshal debug makes it
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
@@ -92,6 +93,8 @@ int run(int argc, char** argv) {
         request = parseCall(rest);
     } else if (command == "list" || command == "report") {
         if (!rest.empty()) throw UsageError(command + " takes no arguments");
+    } else if (command == "debug") {
+        // Every word is the service's.
     } else if (command == "run") {
         if (rest.size() > 1) throw UsageError("run takes at most one FILE");
     } else {
@@ -116,6 +119,8 @@ int run(int argc, char** argv) {
         status = commandList(session, o);
     } else if (command == "report") {
         status = commandReport(session, o, profile);
+    } else if (command == "debug") {
+        status = commandDebug(session, o, rest);
     } else if (command == "call") {
         CallRecord r = session.call(*request.area, *request.op, request.args);
         if (!r.available) {

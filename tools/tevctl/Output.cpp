@@ -49,7 +49,12 @@ std::string jsonCall(const CallRecord& r, bool withLog) {
     for (size_t i = 0; i < r.outcome.callbacks.size(); ++i) {
         s += (i ? "," : "") + jsonValue(r.outcome.callbacks[i]);
     }
-    s += "],\"writes\":[";
+    s += "],";
+    return s + jsonEffects(r, withLog) + "}";
+}
+
+std::string jsonEffects(const CallRecord& r, bool withLog) {
+    std::string s = "\"writes\":[";
     for (size_t i = 0; i < r.writes.size(); ++i) {
         s += std::string(i ? "," : "") + "{\"path\":" + jsonText(r.writes[i].path) +
              ",\"data\":" + jsonBytes(r.writes[i].data) + "}";
@@ -71,7 +76,7 @@ std::string jsonCall(const CallRecord& r, bool withLog) {
         s += ",\"transportError\":" + jsonText(r.outcome.transportError);
     }
     if (!r.terminated.empty()) s += ",\"terminated\":" + jsonText(r.terminated);
-    return s + "}";
+    return s;
 }
 
 void printLines(const std::vector<std::string>& lines, const char* indent) {

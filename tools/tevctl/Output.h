@@ -20,6 +20,9 @@ std::vector<std::string> effectLines(const CallRecord& record, bool withLog);
 
 // The call as one JSON object (no line end).
 std::string jsonCall(const CallRecord& record, bool withLog);
+// The members of that object that tell what the call did: "writes", "sleeps", "log" (with
+// |withLog|), "transportError" and "terminated" when there are any (no braces).
+std::string jsonEffects(const CallRecord& record, bool withLog);
 
 // Prints |lines|, each after |indent|.
 void printLines(const std::vector<std::string>& lines, const char* indent = "");
