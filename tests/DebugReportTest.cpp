@@ -9,12 +9,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 
-#include "Device.h"
+#include <tevcatalog/Values.h>
+#include <tevhost/Profile.h>
 #include "HandsetTest.h"
-#include "Output.h"
 #include "TevVendorService.h"
 
 namespace tevhost {
@@ -63,17 +64,39 @@ class DebugReportProfileTest : public ::testing::TestWithParam<Profile> {};
 
 TEST_P(DebugReportProfileTest, IsTheReportTevctlPrints) {
     const Profile& p = GetParam();
+    const std::string tevctl = std::string(TEVCTL_PATH) + " --device " + p.name;
     const std::string json = p.json ? " --json" : "";
-    auto [report, reportStatus] =
-            run(std::string(TEVCTL_PATH) + json + " --device " + p.name + " report");
-    auto [debug, debugStatus] = run(std::string(TEV_DEBUG_PATH) + " " + p.name + json);
+    auto [report, reportStatus] = run(tevctl + json + " report");
+    auto [debug, debugStatus] = run(tevctl + " debug" + json);
     ASSERT_EQ(reportStatus, 0);
     ASSERT_EQ(debugStatus, 0);
     EXPECT_EQ(debug, p.json ? withoutDevice(report) : report);
     // An unknown option is named first; the report follows unchanged.
-    auto [withUnknown, status] =
-            run(std::string(TEV_DEBUG_PATH) + " " + p.name + json + " --verbose");
+    auto [withUnknown, status] = run(tevctl + " debug" + json + " --verbose");
     EXPECT_EQ(withUnknown, "ignoring unknown option \"--verbose\"\n" + debug);
+    // The rows are the catalogue's reading operations without arguments, in its order: tevctl
+    // reads the report by them.
+    auto [list, listStatus] = run(std::string(TEVCTL_PATH) + " --json list");
+    const auto catalogue = nlohmann::json::parse(list);
+    std::string expected;
+    for (const auto& area : catalogue["areas"]) {
+        if (area["area"] == "root") continue;
+        for (const auto& op : area["operations"]) {
+            if (op["reads"] && op["args"].empty()) {
+                expected +=
+                        area["area"].get<std::string>() + " " + op["op"].get<std::string>() + "\n";
+            }
+        }
+    }
+    std::string rows;
+    const std::regex call(R"re("area":"(\w+)","op":"(\w+)")re");
+    for (auto it = std::sregex_iterator(debug.begin(), debug.end(), call);
+         it != std::sregex_iterator(); ++it) {
+        rows += (*it)[1].str() + " " + (*it)[2].str() + "\n";
+    }
+    if (p.json) {
+        EXPECT_EQ(rows, expected);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(BundledProfiles, DebugReportProfileTest,
@@ -91,7 +114,7 @@ class DebugReportTest : public HandsetTest {
     void SetUp() override {
         HandsetTest::SetUp();
         std::string error;
-        ASSERT_TRUE(mDevice.open(tevctl::resolveProfile("qab"), false, &error)) << error;
+        ASSERT_TRUE(mDevice.open(tevhost::profile::resolve("qab"), false, &error)) << error;
     }
     void TearDown() override {
         mDevice.close();
@@ -115,7 +138,7 @@ class DebugReportTest : public HandsetTest {
     std::string debug(const hidl_vec<hidl_string>& options = {}) { return debug(root(), options); }
 
   private:
-    tevctl::Device mDevice;
+    tevhost::profile::Profile mDevice;
 };
 
 TEST_F(DebugReportTest, NothingToWriteToEndsTheCallWithOneErrorLine) {
@@ -190,16 +213,16 @@ TEST_F(DebugReportTest, AnswersAreEscapedAsTevctlEscapesThem) {
     const std::regex call(R"("op":"getFSN","args":\[\],"callbacks":\[(.*?)\],"writes")");
     for (const auto& c : cases) {
         prop("ro.ril.oem.sno", c.value);
-        tevctl::Value value(tevctl::Type::kString);
+        tevcatalog::Value value(tevcatalog::Type::kString);
         value.text = c.value;
         std::smatch match;
         const std::string text = debug();
         ASSERT_TRUE(std::regex_search(text, match, row)) << text;
-        EXPECT_EQ(match[2], tevctl::textValue(value));
+        EXPECT_EQ(match[2], tevcatalog::textValue(value));
         const std::string json = debug({"--json"});
         ASSERT_TRUE(std::regex_search(json, match, call)) << json;
         EXPECT_EQ(match[1], c.json);
-        EXPECT_EQ(match[1], tevctl::jsonText(c.value));
+        EXPECT_EQ(match[1], tevcatalog::jsonText(c.value));
     }
 }
 

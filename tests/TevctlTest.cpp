@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 struct Result {
@@ -294,6 +295,18 @@ TEST_F(TevctlTest, AProcessEndedDuringACallPrintsWhatItHad) {
     EXPECT_THAT(report.out, HasSubstr(R"("terminated":)"));
     EXPECT_EQ(lines(report.out).size(), 1u);
     EXPECT_THAT(report.out, ::testing::EndsWith("],\"available\":true}]}\n"));
+    // The report is the service's own (its debug call): the text report, with the log of each
+    // call under its row, names the call in flight as the operation after the last row.
+    Result text = tevctl({"--log", "report"});
+    EXPECT_EQ(text.status, 134);
+    EXPECT_THAT(text.out,
+                HasSubstr("display    getLcmInfo                       \"panel\\x01é\\xff\"\n"
+                          "    log I/FakeDisplay: 630尼特绿斑亮度测试\\n\n"
+                          "display    getBacklightValue                (terminated: "));
+    Result debug = tevctl({"debug", "--json"});
+    EXPECT_EQ(debug.status, 134);
+    EXPECT_THAT(debug.out, StartsWith(R"({"areas":[)"));
+    EXPECT_THAT(debug.out, Not(HasSubstr("terminated")));
 }
 
 TEST_F(TevctlTest, EveryBundledProfileReportsEveryArea) {
