@@ -309,6 +309,36 @@ TEST_F(TevctlTest, AProcessEndedDuringACallPrintsWhatItHad) {
     EXPECT_THAT(debug.out, Not(HasSubstr("terminated")));
 }
 
+TEST_F(TevctlTest, DiffShowsOnlyWhatDiffers) {
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        std::vector<std::string> has, hasNot;
+    } cases[] = {
+            {{"diff", "qab", "qab"}, 0, {}, {"AREA"}},
+            {{"diff", "qab", "marskol"},
+             1,
+             {"AREA       OPERATION                        qab ",
+              "\nleds       getLedsList                      [1, 2, 3, 4, 5, 6, 7] ", "  []\n"},
+             {"getElectricThreshold", "audio"}},
+            {{"--json", "diff", "qab", "lumbret"},
+             1,
+             {R"("differences":[{"area":"version","op":"getFSN","a":{"callbacks":["QB7A2C0041"]},)"
+              R"("b":{"callbacks":["LB1A00772"]}})",
+              R"({"area":"leds","op":"getLedsList","a":{"callbacks":[[1,2,3,4,5,6,7]]},)"},
+             {"isSingleSim"}},
+            {{"diff", "qab"}, 2, {}, {"AREA"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args = {"--device", "qab"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        Result r = tevctl(args);
+        EXPECT_EQ(r.status, c.status) << c.args[1] << r.err;
+        for (const std::string& text : c.has) EXPECT_THAT(r.out, HasSubstr(text));
+        for (const std::string& text : c.hasNot) EXPECT_THAT(r.out, Not(HasSubstr(text)));
+    }
+}
+
 TEST_F(TevctlTest, EveryBundledProfileReportsEveryArea) {
     for (const auto& entry : fs::directory_iterator(TEV_SOURCE_DIR "/devices")) {
         std::string name = entry.path().filename();

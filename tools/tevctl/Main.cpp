@@ -23,6 +23,8 @@ Commands:
   list                     the areas and every operation with its argument and result types
   report                   every reading operation without arguments, of every area
   debug [OPTION...]        the root's debug call with OPTIONs, as lshal debug makes it
+  diff A B                 the reports of profiles A and B: only the operations that differ
+                           (exit status 0 equal, 1 different)
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
@@ -95,6 +97,9 @@ int run(int argc, char** argv) {
         if (!rest.empty()) throw UsageError(command + " takes no arguments");
     } else if (command == "debug") {
         // Every word is the service's.
+    } else if (command == "diff") {
+        if (rest.size() != 2) throw UsageError("diff needs two profiles A B");
+        return commandDiff(o, rest[0], rest[1]);
     } else if (command == "run") {
         if (rest.size() > 1) throw UsageError("run takes at most one FILE");
     } else {
