@@ -2,19 +2,19 @@
 // handed and nothing else; what it does with bad handles, unknown options and missing areas.
 #include <cutils/native_handle.h>
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
+#include <tevcatalog/Values.h>
 #include <tevhost/FakeSensorService.h>
+#include <tevhost/Profile.h>
 #include <tevhost/SensorCal.h>
 #include <tevhost/Services.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 
-#include <tevcatalog/Values.h>
-#include <tevhost/Profile.h>
 #include "HandsetTest.h"
 #include "TevVendorService.h"
 
