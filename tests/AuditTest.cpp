@@ -14,6 +14,7 @@
 #include <fstream>
 #include <set>
 
+#include "ChildProcess.h"
 #include "NodeOperations.h"
 #include "OperationCalls.h"
 
@@ -143,7 +144,7 @@ TEST(AuditTest, EveryOperationGivesBackItsDescriptorsOnEveryNodeState) {
 
 // The storage kind is decided once per process: the eMMC product gets a process of its own.
 TEST(AuditTest, EmmcProductGivesBackItsDescriptorsOnEveryNodeState) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    deathTestsInNewProcess();
     EXPECT_EXIT(
             {
                 std::vector<std::string> problems;

@@ -222,7 +222,6 @@ TEST_F(DebugReportTest, AnswersAreEscapedAsTevctlEscapesThem) {
         const std::string json = debug({"--json"});
         ASSERT_TRUE(std::regex_search(json, match, call)) << json;
         EXPECT_EQ(match[1], c.json);
-        EXPECT_EQ(match[1], tevcatalog::jsonText(c.value));
     }
 }
 

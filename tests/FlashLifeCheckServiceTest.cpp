@@ -14,6 +14,7 @@
 #include <functional>
 
 #include "AreaTest.h"
+#include "ChildProcess.h"
 
 namespace tevhost {
 namespace {
@@ -139,7 +140,7 @@ class FlashLifeTest : public AreaTest {
     // remembered answers are as a freshly started service has them. Failures inside are written
     // to the child's stderr and fail the test here.
     void inFreshProcess(const std::function<void()>& scenario) {
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        deathTestsInNewProcess();
         EXPECT_EXIT(
                 {
                     ::testing::TestPartResultArray results;

@@ -2,6 +2,7 @@
 // status, on device profiles made by each test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "ChildProcess.h"
 
 namespace {
 
@@ -63,17 +66,22 @@ class TevctlTest : public ::testing::Test {
         writeFile(mProfile / "fs" / path.substr(1), content);
     }
 
-    // Runs tevctl on this test's profile (unless the arguments name another device).
-    Result tevctl(std::vector<std::string> args, const std::string& input = "") {
+    // Runs tevctl on this test's profile (unless the arguments name another device), with its
+    // standard output in a file, or redirected as |stdoutTo| says (">/dev/full", ">&-").
+    Result tevctl(std::vector<std::string> args, const std::string& input = "",
+                  const std::string& stdoutTo = "") {
         if (std::find(args.begin(), args.end(), "--device") == args.end()) {
             args.insert(args.begin(), {"--device", mProfile.string()});
         }
         writeFile(mDir / "stdin", input);
-        std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv + " " + TEVCTL_PATH;
+        std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv;
+        for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) command += " " + quote(word);
         for (const auto& a : args) command += " " + quote(a);
-        const std::string io = " <" + quote((mDir / "stdin").string()) + " >" +
-                               quote((mDir / "stdout").string()) + " 2>" +
-                               quote((mDir / "stderr").string());
+        const std::string io =
+                " <" + quote((mDir / "stdin").string()) +
+                (stdoutTo.empty() ? " >" + quote((mDir / "stdout").string()) : " " + stdoutTo) +
+                " 2>" + quote((mDir / "stderr").string());
+        fs::remove(mDir / "stdout");
         int status = std::system((command + io).c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
                 readFile(mDir / "stdout"), readFile(mDir / "stderr")};
@@ -102,6 +110,13 @@ TEST_F(TevctlTest, UsageErrorsAreOneLineNamingWhatWasWrong) {
             {{"call", "fp", "setScreenEffectNew", "NIT_999"}, "NIT_DEFAULT, NIT_300"},
             {{"call", "charger", "controlReverseWirelessCharge", "on"}, "control must be"},
             {{"--device", "/nonexistent/profile", "list"}, "no device profile at"},
+            // Options anywhere; after "--" a word is an argument.
+            {{"list", "--frob"}, "unknown option '--frob'"},
+            {{"report", "--device"}, "--device needs a profile folder"},
+            {{"call", "version", "getFSN", "--", "--json"}, "takes 0 arguments (), not 1"},
+            {{"call", "leds", "getLedBrightness", "+5", "1"}, "not '+5'"},
+            // What the user typed comes back with its control bytes escaped, on one line.
+            {{"call", "la\nmp\x1b[2J", "x"}, "unknown area 'la\\nmp\\x1b[2J'"},
     };
     for (const auto& [args, says] : cases) {
         Result r = tevctl(args);
@@ -137,6 +152,18 @@ TEST_F(TevctlTest, CallPrintsTheAnswerAsTextOrOneJsonObject) {
              R"({"area":"root","op":"setVendorFileValue","args":["/sys/class/x/node","é\u00091"],)"
              R"("callbacks":["success"],"writes":[{"path":"/sys/class/x/node",)"
              R"("data":"\u00c3\u00a9\u00091"}],"sleeps":[]})"},
+            // DEL, a byte that is not UTF-8 and a line feed, in text and in exact bytes.
+            {{"--json", "call", "root", "setVendorFileValue", "/sys/class/x/node", "a\x7f\xff\n"},
+             R"({"area":"root","op":"setVendorFileValue","args":["/sys/class/x/node",)"
+             R"("a\u007f\u00ff\u000a"],"callbacks":["success"],"writes":[{"path":)"
+             R"("/sys/class/x/node","data":"a\u007f\u00ff\u000a"}],"sleeps":[]})"},
+            // Options after the command, and "--" before words that look like options.
+            {{"call", "version", "isSingleSim", "--json"},
+             R"({"area":"version","op":"isSingleSim","args":[],"return":true,"callbacks":[],)"
+             R"("writes":[],"sleeps":[]})"},
+            {{"call", "root", "getVendorProperty", "--log", "--", "--x", "-1"},
+             "\"-1\"\nlog I/vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils: "
+             "Getprop key = --x , value = -1, ret = 2"},
     };
     for (const auto& [args, out] : cases) {
         Result r = tevctl(args);
@@ -218,6 +245,13 @@ TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
             {"node /etc/passwd x", "'/etc/passwd' is not a device path"},
             {"node /sys/x a\\qb", "unknown escape \\q"},
             {"respond /sys/x", "respond needs PATH WORD REPLY"},
+            // One rule for every step's words: a text with blanks is one word only in quotes.
+            {"prop persist.vendor.x a b", "prop takes KEY [VALUE] (a VALUE with blanks in quotes)"},
+            {"node /sys/x a b", "node takes PATH [CONTENT] (a CONTENT with blanks in quotes)"},
+            {"rmnode /sys/x /sys/y", "rmnode takes exactly PATH"},
+            {"respond /sys/x w a b", "needs PATH WORD REPLY (a REPLY with blanks in quotes)"},
+            {"prop persist.vendor.x \"a", "a quote is not closed"},
+            {"respond /sys/x \"w\"x r", "a closing quote must end its word"},
     };
     for (const auto& [step, says] : cases) {
         writeFile(mDir / "steps", std::string("call usb getUsbPluginStatus\n") + step + "\n");
@@ -226,6 +260,119 @@ TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
         EXPECT_EQ(lines(r.out).size(), 2u) << step;  // the first call ran: "> ..." and -1
         EXPECT_THAT(r.err, StartsWith("tevctl: " + (mDir / "steps").string() + ":2: ")) << step;
         EXPECT_THAT(r.err, HasSubstr(says)) << step;
+    }
+}
+
+TEST_F(TevctlTest, EveryRunStepTakesQuotedWordsWithEscapes) {
+    // step | the call that shows what it did | the answer
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+            {R"(prop persist.vendor.x "a b")", "call root getVendorProperty persist.vendor.x -",
+             R"("a b")"},
+            {R"(prop persist.vendor.x a\tb)", "call root getVendorProperty persist.vendor.x -",
+             R"("a\tb")"},
+            {R"(prop persist.vendor.x "")", "call root getVendorProperty persist.vendor.x -",
+             R"("-")"},
+            {R"(node /sys/class/x/n "1 2\n")", "call root getVendorFileValue /sys/class/x/n",
+             R"("1 2")"},
+            {R"(node /sys/class/x/n \x31\n)", "call root getVendorFileValue /sys/class/x/n",
+             R"("1")"},
+            {"node /sys/class/x/n\n"
+             R"(respond /sys/class/x/n "go on" "ok now\n")",
+             R"(call root setVendorFileValue /sys/class/x/n "go on")"
+             "\ncall root getVendorFileValue /sys/class/x/n",
+             R"("ok now")"},
+    };
+    for (const auto& [step, show, answer] : cases) {
+        Result r = tevctl({"run"}, std::string(step) + "\n" + show + "\n");
+        EXPECT_EQ(r.status, 0) << step << ": " << r.err;
+        ASSERT_FALSE(lines(r.out).empty()) << step;
+        EXPECT_EQ(lines(r.out).back(), answer) << step;
+    }
+}
+
+TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
+    // file | its content (a folder for "/", a link to nowhere for "->", a pipe for "|") | the
+    // answer of the call below, or the error (PROFILE: the profile's folder)
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+            {"properties", "persist.vendor.x=7\r\n", R"("7")"},
+            {"properties", "persist.vendor.x = 7 \n", R"("7")"},
+            {"properties", "[persist.vendor.x]: [7]\r\n", R"("7")"},
+            {"sensorcal", "isOrientsensor = true\r\n", R"("7")"},
+            {"properties", "\njunk\n", "/properties:2: neither '[key]: [value]' nor 'key=value'"},
+            {"sensorcal", "isOrientsensor=maybe\n",
+             "/sensorcal:1: isOrientsensor: expected true, false, 1 or 0, not 'maybe'"},
+            {"sensorcal", "# what the library says\nbogus=1\n", "/sensorcal:2: unknown key 'bogus'"},
+            {"sensorcal", "sensor_calibrate=99999999999\n",
+             "/sensorcal:1: sensor_calibrate: expected a 32-bit decimal integer, not "
+             "'99999999999'"},
+            {"sensorcal", "sensor_calibrate=+5\n",
+             "/sensorcal:1: sensor_calibrate: expected a 32-bit decimal integer, not '+5'"},
+            {"hall", "pollHallEvent=1,x\n",
+             "/hall:1: pollHallEvent: expected comma-separated 32-bit decimal integers, not '1,x'"},
+            {"drivers", "/proc/x w a b\n",
+             "/drivers:1: a driver needs PATH WORD REPLY (a REPLY with blanks in quotes)"},
+            {"properties", "/", "/properties is a folder, where a file is expected"},
+            {"sensorcal", "/", "/sensorcal is a folder, where a file is expected"},
+            {"fs", "x", "/fs is not a folder, where the nodes' folder is expected"},
+            {"drivers", "->", "cannot read PROFILE/drivers: No such file or directory"},
+            {"hall", "->", "cannot read PROFILE/hall: No such file or directory"},
+            {"fs/sys/pipe", "|", "cannot copy PROFILE/fs/sys/pipe: not a file, folder or link"},
+    };
+    for (const auto& [file, content, says] : cases) {
+        fs::remove_all(mProfile);
+        fs::create_directories(mProfile);
+        if (std::string(file) != "properties") {
+            writeFile(mProfile / "properties", "persist.vendor.x=7\n");
+        }
+        fs::path path = mProfile / file;
+        if (std::string(content) == "/") {
+            fs::create_directories(path);
+        } else if (std::string(content) == "->") {
+            fs::create_symlink(mDir / "nowhere", path);
+        } else if (std::string(content) == "|") {
+            fs::create_directories(path.parent_path());
+            ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        } else {
+            writeFile(path, content);
+        }
+        std::string what = std::string(file) + " " + ::testing::PrintToString(std::string(content));
+        Result r = tevctl({"call", "root", "getVendorProperty", "persist.vendor.x", "-"});
+        if (says[0] == '"') {
+            EXPECT_EQ(r.status, 0) << what << ": " << r.err;
+            EXPECT_EQ(r.out, std::string(says) + "\n") << what;
+        } else {
+            std::string expected = says;
+            size_t at = expected.find("PROFILE");
+            if (at != std::string::npos) expected.replace(at, 7, mProfile.string());
+            EXPECT_EQ(r.status, 2) << what;
+            EXPECT_THAT(lines(r.err), ElementsAre(HasSubstr(expected))) << what;
+        }
+    }
+}
+
+TEST_F(TevctlTest, OutputThatCannotBeWrittenIsAnError) {
+    fs::create_directories(mDir / "steps");
+    // arguments | where standard output goes | exit status | the line on stderr
+    const std::tuple<std::vector<std::string>, const char*, int, const char*> cases[] = {
+            {{"--device", "qab", "report"},
+             ">/dev/full",
+             1,
+             "tevctl: cannot write the output: No space left on device"},
+            {{"--json", "list"},
+             ">/dev/full",
+             1,
+             "tevctl: cannot write the output: No space left on device"},
+            {{"call", "usb", "getUsbPluginStatus"},
+             ">&-",
+             1,
+             "tevctl: cannot write the output: standard output is closed"},
+            {{"run", (mDir / "steps").string()}, "", 2, "it is a folder"},
+    };
+    for (const auto& [args, stdoutTo, status, says] : cases) {
+        Result r = tevctl(args, "", stdoutTo);
+        std::string what = ::testing::PrintToString(args) + " " + stdoutTo;
+        EXPECT_EQ(r.status, status) << what;
+        EXPECT_THAT(lines(r.err), ElementsAre(HasSubstr(says))) << what;
     }
 }
 

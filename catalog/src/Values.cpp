@@ -12,23 +12,6 @@ namespace tevcatalog {
 
 namespace {
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t';
-}
-
-bool parseInt32(const std::string& text, int32_t* value) {
-    if (text.empty() || isBlank(text[0])) return false;
-    errno = 0;
-    char* end = nullptr;
-    long long v = strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0') return false;
-    if (v < std::numeric_limits<int32_t>::min() || v > std::numeric_limits<int32_t>::max()) {
-        return false;
-    }
-    *value = static_cast<int32_t>(v);
-    return true;
-}
-
 std::vector<std::string> splitCommas(const std::string& text) {
     std::vector<std::string> pieces;
     if (text.empty()) return pieces;
@@ -70,37 +53,6 @@ std::string hexEscape(const char* prefix, unsigned char c) {
 
 }  // namespace
 
-bool splitWords(const std::string& line, std::vector<std::string>* words, std::string* error) {
-    words->clear();
-    size_t i = 0;
-    while (true) {
-        while (i < line.size() && isBlank(line[i])) ++i;
-        if (i == line.size()) return true;
-        if (line[i] != '"') {
-            size_t start = i;
-            while (i < line.size() && !isBlank(line[i])) ++i;
-            words->push_back(line.substr(start, i - start));
-            continue;
-        }
-        // A quoted word: up to the next quote that is not escaped.
-        size_t start = ++i;
-        while (i < line.size() && line[i] != '"') i += line[i] == '\\' ? 2 : 1;
-        if (i >= line.size()) {
-            *error = "a quote is not closed";
-            return false;
-        }
-        std::string word;
-        if (!tevhost::text::decodeEscapes(line.substr(start, i - start), &word, error))
-            return false;
-        words->push_back(word);
-        ++i;
-        if (i < line.size() && !isBlank(line[i])) {
-            *error = "a closing quote must end its word";
-            return false;
-        }
-    }
-}
-
 bool parseArgs(const Area& area, const Operation& op, const std::vector<std::string>& texts,
                Args* args, std::string* error) {
     if (texts.size() != op.params.size()) {
@@ -118,7 +70,7 @@ bool parseArgs(const Area& area, const Operation& op, const std::vector<std::str
         switch (p.type) {
             case Type::kInt32: {
                 int32_t n = 0;
-                if (!parseInt32(t, &n)) expected = "a 32-bit decimal integer";
+                if (!tevhost::text::parseInt32(t, &n)) expected = "a 32-bit decimal integer";
                 v.number = n;
                 break;
             }
@@ -147,7 +99,7 @@ bool parseArgs(const Area& area, const Operation& op, const std::vector<std::str
                     }
                 }
                 int32_t n = 0;
-                if (!found && parseInt32(t, &n)) {
+                if (!found && tevhost::text::parseInt32(t, &n)) {
                     v.number = n;
                     found = true;
                 }
@@ -211,50 +163,27 @@ std::string escape(const std::string& s, bool keepUtf8, bool json) {
     return out;
 }
 
+std::string printable(const std::string& s) {
+    std::string out;
+    for (size_t i = 0; i < s.size(); ++i) {
+        unsigned char c = static_cast<unsigned char>(s[i]);
+        size_t n = c >= 0x80 ? utf8Sequence(s, i) : 0;
+        if (n > 0) {
+            out.append(s, i, n);
+            i += n - 1;
+        } else if (c == '"' || c == '\\' || (c >= 0x20 && c < 0x7f)) {
+            out += static_cast<char>(c);
+        } else {
+            out += escape(std::string(1, static_cast<char>(c)), false, false);
+        }
+    }
+    return out;
+}
+
 std::string number(double d) {
     char buffer[64];
     auto result = std::to_chars(buffer, buffer + sizeof(buffer), d);
     return std::string(buffer, result.ptr);
-}
-
-std::string jsonNumber(double d) {
-    return std::isfinite(d) ? number(d) : "null";
-}
-
-std::string jsonValue(const Value& v) {
-    switch (v.type) {
-        case Type::kBool:
-            return v.number ? "true" : "false";
-        case Type::kInt32:
-        case Type::kEnum:
-            return std::to_string(v.number);
-        case Type::kDouble:
-            return jsonNumber(v.real);
-        case Type::kString:
-            return jsonText(v.text);
-        case Type::kIntList: {
-            std::string s = "[";
-            for (size_t i = 0; i < v.ints.size(); ++i)
-                s += (i ? "," : "") + std::to_string(v.ints[i]);
-            return s + "]";
-        }
-        case Type::kStringList: {
-            std::string s = "[";
-            for (size_t i = 0; i < v.texts.size(); ++i) s += (i ? "," : "") + jsonText(v.texts[i]);
-            return s + "]";
-        }
-        case Type::kVoid:
-            break;
-    }
-    return "null";
-}
-
-std::string jsonBytes(const std::string& bytes) {
-    return "\"" + escape(bytes, false, true) + "\"";
-}
-
-std::string jsonText(const std::string& text) {
-    return "\"" + escape(text, true, true) + "\"";
 }
 
 std::string textValue(const Value& v) {

@@ -98,28 +98,36 @@ Return<int32_t> FakeSensorService::pollHallEvent() {
 
 namespace hall {
 
-bool loadFile(const std::string& path, int* badLine) {
+bool loadFile(const std::string& path, int* badLine, std::string* problem) {
     std::vector<kv::Entry> entries;
-    if (!kv::read(path, &entries, badLine)) return false;
+    if (!kv::read(path, &entries, badLine, problem)) return false;
     sp<FakeSensorService> service = new FakeSensorService();
     bool present = true;
     for (const auto& entry : entries) {
         bool ok = true;
+        const char* expected = "";
         int32_t answer = 0;
         std::vector<int32_t> answers;
         if (entry.key == "present") {
+            expected = "true, false, 1 or 0";
             ok = kv::toBool(entry.value, &present);
         } else if (entry.key == "initHallService") {
+            expected = "a 32-bit decimal integer";
             ok = kv::toInt(entry.value, &answer);
             service->setInitAnswer(answer);
         } else if (entry.key == "deinitHallService") {
+            expected = "a 32-bit decimal integer";
             ok = kv::toInt(entry.value, &answer);
             service->setDeinitAnswer(answer);
         } else if (entry.key == "pollHallEvent") {
+            expected = "comma-separated 32-bit decimal integers";
             ok = kv::toIntList(entry.value, &answers);
             service->setPollAnswers(answers);
         } else if (entry.key == "fail") {
             // The operations whose transactions fail, comma-separated.
+            expected =
+                    "comma-separated operations (initHallService, deinitHallService, "
+                    "pollHallEvent)";
             size_t start = 0;
             while (ok) {
                 size_t comma = entry.value.find(',', start);
@@ -142,11 +150,14 @@ bool loadFile(const std::string& path, int* badLine) {
             ok = false;
         }
         if (!ok) {
-            if (badLine) *badLine = entry.line;
+            kv::badEntry(entry, expected, badLine, problem);
             return false;
         }
     }
-    if (present && service->registerAsService("default") != ::android::OK) return false;
+    if (present && service->registerAsService("default") != ::android::OK) {
+        if (problem) *problem = "the sibling service cannot be registered";
+        return false;
+    }
     return true;
 }
 

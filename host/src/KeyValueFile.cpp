@@ -1,9 +1,12 @@
 #include "KeyValueFile.h"
 
+#include <tevhost/Text.h>
+
 #include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <limits>
 
@@ -17,9 +20,12 @@ std::string trim(const std::string& s) {
     return s.substr(b, e - b + 1);
 }
 
-bool read(const std::string& path, std::vector<Entry>* entries, int* badLine) {
+bool read(const std::string& path, std::vector<Entry>* entries, int* badLine, std::string* problem) {
     std::ifstream in(path);
-    if (!in) return false;
+    if (!in) {
+        if (problem) *problem = std::string("cannot read it: ") + strerror(errno);
+        return false;
+    }
     std::string line;
     int number = 0;
     while (std::getline(in, line)) {
@@ -30,24 +36,28 @@ bool read(const std::string& path, std::vector<Entry>* entries, int* badLine) {
         std::string key = trim(text.substr(0, eq == std::string::npos ? 0 : eq));
         if (eq == std::string::npos || key.empty()) {
             if (badLine) *badLine = number;
+            if (problem) *problem = "not a key=value line";
             return false;
         }
         entries->push_back({number, key, trim(text.substr(eq + 1))});
     }
+    if (in.bad()) {
+        if (problem) *problem = "cannot read it after line " + std::to_string(number);
+        return false;
+    }
     return true;
 }
 
+void badEntry(const Entry& entry, const std::string& expected, int* badLine, std::string* problem) {
+    if (badLine) *badLine = entry.line;
+    if (!problem) return;
+    *problem = expected.empty()
+                       ? "unknown key '" + entry.key + "'"
+                       : entry.key + ": expected " + expected + ", not '" + entry.value + "'";
+}
+
 bool toInt(const std::string& text, int32_t* value) {
-    if (text.empty() || isspace(static_cast<unsigned char>(text[0]))) return false;
-    char* end = nullptr;
-    errno = 0;
-    long long parsed = strtoll(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || parsed < std::numeric_limits<int32_t>::min() ||
-        parsed > std::numeric_limits<int32_t>::max()) {
-        return false;
-    }
-    *value = static_cast<int32_t>(parsed);
-    return true;
+    return text::parseInt32(text, value);
 }
 
 bool toBool(const std::string& text, bool* value) {

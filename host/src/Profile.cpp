@@ -5,7 +5,9 @@
 #include <tevhost/SensorCal.h>
 #include <tevhost/Text.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -19,16 +21,75 @@ namespace tevhost::profile {
 
 namespace {
 
-// The closed calibration library and the sibling sensor service answer as the profile says; a
-// profile without a "hall" file has no sibling service at all.
-bool loadOptional(const fs::path& file, bool (*load)(const std::string&, int*), std::string* error) {
+// Whether the profile has the file |file|: false when it has none; an error when it is there but
+// is no file (a folder, say) or cannot be read.
+bool hasFile(const fs::path& file, bool* present, std::string* error) {
     std::error_code ec;
-    if (!fs::exists(file, ec)) return true;
+    *present = fs::exists(fs::symlink_status(file, ec));
+    if (!*present) return true;
+    fs::file_status status = fs::status(file, ec);
+    if (ec) {
+        *error = "cannot read " + file.string() + ": " + ec.message();
+        return false;
+    }
+    if (!fs::is_regular_file(status)) {
+        *error = file.string() + " is " +
+                 (fs::is_directory(status) ? "a folder" : "not a regular file") +
+                 ", where a file is expected";
+        return false;
+    }
+    std::ifstream in(file);
+    if (!in) {
+        *error = "cannot read " + file.string() + ": " + strerror(errno);
+        return false;
+    }
+    return true;
+}
+
+// Copies the node tree |from| into the folder |to| (links as links), naming the entry that cannot
+// be copied.
+bool copyTree(const fs::path& from, const fs::path& to, std::string* error) {
+    std::error_code ec;
+    fs::recursive_directory_iterator entry(from, ec);
+    for (; !ec && entry != fs::recursive_directory_iterator(); entry.increment(ec)) {
+        fs::path target = to / entry->path().lexically_relative(from);
+        fs::file_status status = entry->symlink_status(ec);
+        std::string problem;
+        if (ec) {
+            problem = ec.message();
+        } else if (fs::is_directory(status)) {
+            fs::create_directory(target, ec);
+        } else if (fs::is_symlink(status)) {
+            fs::copy_symlink(entry->path(), target, ec);
+        } else if (fs::is_regular_file(status)) {
+            fs::copy_file(entry->path(), target, ec);
+        } else {
+            problem = "not a file, folder or link";
+        }
+        if (ec && problem.empty()) problem = ec.message();
+        if (!problem.empty()) {
+            *error = "cannot copy " + entry->path().string() + ": " + problem;
+            return false;
+        }
+    }
+    if (ec) {
+        *error = "cannot copy " + from.string() + ": " + ec.message();
+        return false;
+    }
+    return true;
+}
+
+// The properties, and the answers of the closed calibration library and the sibling sensor
+// service (a profile without a "hall" file has no sibling service at all): "FILE:LINE: what".
+bool loadKeyValues(const fs::path& file, bool (*load)(const std::string&, int*, std::string*),
+                   std::string* error) {
+    bool present = false;
+    if (!hasFile(file, &present, error)) return false;
+    if (!present) return true;
     int badLine = 0;
-    if (load(file.string(), &badLine)) return true;
-    *error = badLine == 0
-                     ? "cannot read " + file.string()
-                     : file.string() + ":" + std::to_string(badLine) + ": not a key=value line";
+    std::string problem;
+    if (load(file.string(), &badLine, &problem)) return true;
+    *error = file.string() + (badLine == 0 ? "" : ":" + std::to_string(badLine)) + ": " + problem;
     return false;
 }
 
@@ -55,25 +116,28 @@ std::string resolve(const std::string& arg) {
 
 bool parseDriver(const std::string& line, const std::string& what, Driver* driver,
                  std::string* error) {
-    std::string path, rest, rawWord, rawReply;
-    text::firstWord(line, &path, &rest);
-    text::firstWord(rest, &rawWord, &rawReply);
-    if (rawWord.empty()) {
-        *error = what + " needs PATH WORD REPLY";
+    std::vector<std::string> words;
+    if (!text::splitWords(line, &words, error)) return false;
+    if (words.size() < 2 || words.size() > 3) {
+        *error = what + " needs PATH WORD REPLY" +
+                 (words.size() > 3 ? " (a REPLY with blanks in quotes)" : "");
         return false;
     }
-    driver->path = sandbox::devicePath(path);
+    driver->path = sandbox::devicePath(words[0]);
     if (driver->path.empty()) {
-        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        *error = "'" + words[0] + "' is not a device path (/sys, /proc or /d)";
         return false;
     }
-    return text::decodeEscapes(rawWord, &driver->word, error) &&
-           text::decodeEscapes(rawReply, &driver->reply, error);
+    driver->word = words[1];
+    driver->reply = words.size() == 3 ? words[2] : "";
+    return true;
 }
 
 bool loadDrivers(const std::string& file, std::vector<Driver>* drivers, std::string* error) {
+    bool present = false;
+    if (!hasFile(file, &present, error)) return false;
+    if (!present) return true;  // the file is optional
     std::ifstream in(file);
-    if (!in) return true;  // the file is optional
     std::string line;
     int number = 0;
     while (std::getline(in, line)) {
@@ -88,6 +152,10 @@ bool loadDrivers(const std::string& file, std::vector<Driver>* drivers, std::str
             return false;
         }
         drivers->push_back(std::move(driver));
+    }
+    if (in.bad()) {
+        *error = "cannot read " + file + " after line " + std::to_string(number);
+        return false;
     }
     return true;
 }
@@ -111,14 +179,13 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
         *error = "no device profile at " + dir + " (it needs a properties file or an fs folder)";
         return false;
     }
-    props::clear();
-    int badLine = 0;
-    if (fs::exists(properties, ec) && !props::loadFile(properties, &badLine)) {
-        *error = properties.string() + ":" + std::to_string(badLine) +
-                 ": neither '[key]: [value]' nor 'key=value'";
-        if (badLine == 0) *error = "cannot read " + properties.string();
+    std::error_code kind;
+    if (fs::exists(fs::symlink_status(nodes, kind)) && !fs::is_directory(nodes, kind)) {
+        *error = nodes.string() + " is not a folder, where the nodes' folder is expected";
         return false;
     }
+    props::clear();
+    if (!loadKeyValues(properties, props::loadFile, error)) return false;
     std::string root;
     if (inPlace) {
         fs::create_directories(nodes, ec);
@@ -133,11 +200,7 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
         mScratch = pattern;
         root = mScratch;
         if (fs::is_directory(nodes, ec)) {
-            fs::copy(nodes, root, fs::copy_options::recursive | fs::copy_options::copy_symlinks, ec);
-            if (ec) {
-                *error = "cannot copy " + nodes.string() + ": " + ec.message();
-                return false;
-            }
+            if (!copyTree(nodes, root, error)) return false;
         }
     }
     sandbox::reset();
@@ -145,8 +208,8 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
     std::vector<Driver> drivers;
     if (!loadDrivers((profile / "drivers").string(), &drivers, error)) return false;
     declare(drivers);
-    return loadOptional(profile / "sensorcal", sensorcal::loadFile, error) &&
-           loadOptional(profile / "hall", hall::loadFile, error);
+    return loadKeyValues(profile / "sensorcal", sensorcal::loadFile, error) &&
+           loadKeyValues(profile / "hall", hall::loadFile, error);
 }
 
 void Profile::close() {

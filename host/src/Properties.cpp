@@ -3,9 +3,10 @@
 // default, and a "ro." property can be set only once.
 #include <cutils/properties.h>
 
-#include "KeyValueFile.h"
 #include <tevhost/Properties.h>
+#include "KeyValueFile.h"
 
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <mutex>
@@ -53,31 +54,38 @@ std::map<std::string, std::string> all() {
     return store().values;
 }
 
-bool loadFile(const std::string& path, int* badLine) {
+bool loadFile(const std::string& path, int* badLine, std::string* problem) {
     std::ifstream in(path);
-    if (!in) return false;
+    if (!in) {
+        if (problem) *problem = std::string("cannot read it: ") + strerror(errno);
+        return false;
+    }
+    auto bad = [&](int number) {
+        if (badLine) *badLine = number;
+        if (problem) *problem = "neither '[key]: [value]' nor 'key=value'";
+        return false;
+    };
     std::string line;
     int number = 0;
     while (std::getline(in, line)) {
         ++number;
-        std::string text = kv::trim(line);
+        std::string text = kv::trim(line);  // a CRLF line end too
         if (text.empty() || text[0] == '#') continue;
         if (text[0] == '[') {
             // getprop form: [key]: [value]
             size_t keyEnd = text.find("]: [");
-            if (keyEnd == std::string::npos || text.back() != ']') {
-                if (badLine) *badLine = number;
-                return false;
-            }
+            if (keyEnd == std::string::npos || text.back() != ']') return bad(number);
             set(text.substr(1, keyEnd - 1), text.substr(keyEnd + 4, text.size() - keyEnd - 5));
             continue;
         }
         size_t eq = text.find('=');
-        if (eq == std::string::npos || eq == 0) {
-            if (badLine) *badLine = number;
-            return false;
-        }
-        set(kv::trim(text.substr(0, eq)), line.substr(line.find('=') + 1));
+        std::string key = kv::trim(text.substr(0, eq == std::string::npos ? 0 : eq));
+        if (eq == std::string::npos || key.empty()) return bad(number);
+        set(key, kv::trim(text.substr(eq + 1)));
+    }
+    if (in.bad()) {
+        if (problem) *problem = "cannot read it after line " + std::to_string(number);
+        return false;
     }
     return true;
 }

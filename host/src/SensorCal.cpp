@@ -26,14 +26,23 @@ State& state() {
     return *s;
 }
 
-using Setter = std::function<bool(const std::string&, Answers*)>;
+// How a key's value is read, and what it must look like.
+struct Setter {
+    std::function<bool(const std::string&, Answers*)> set;
+    const char* expected;
+};
+
+constexpr char kBool[] = "true, false, 1 or 0";
+constexpr char kInt[] = "a 32-bit decimal integer";
 
 Setter boolAnswer(bool Answers::*field) {
-    return [field](const std::string& text, Answers* a) { return kv::toBool(text, &(a->*field)); };
+    return {[field](const std::string& text, Answers* a) { return kv::toBool(text, &(a->*field)); },
+            kBool};
 }
 
 Setter intAnswer(int Answers::*field) {
-    return [field](const std::string& text, Answers* a) { return kv::toInt(text, &(a->*field)); };
+    return {[field](const std::string& text, Answers* a) { return kv::toInt(text, &(a->*field)); },
+            kInt};
 }
 
 bool hallPosition(const std::string& text, Answers* a) {
@@ -52,12 +61,15 @@ const std::map<std::string, Setter>& setters() {
     static const auto* s = new std::map<std::string, Setter>{
             {"isOrientsensor", boolAnswer(&Answers::isOrientsensor)},
             {"isHallTestFullScreen", boolAnswer(&Answers::isHallTestFullScreen)},
-            {"getHallPosition", hallPosition},
+            {"getHallPosition", {hallPosition, "X,Y (integers) or untouched"}},
             {"sensor_calibrate", intAnswer(&Answers::sensorCalibrate)},
             {"sensor_enable", boolAnswer(&Answers::sensorEnable)},
             {"sensor_disable", boolAnswer(&Answers::sensorDisable)},
-            {"sensor_getconfig", [](const std::string& text,
-                                    Answers* a) { return kv::toDouble(text, &a->sensorGetconfig); }},
+            {"sensor_getconfig",
+             {[](const std::string& text, Answers* a) {
+                  return kv::toDouble(text, &a->sensorGetconfig);
+              },
+              "a decimal number"}},
             {"getSarSensorMode", intAnswer(&Answers::sarSensorMode)},
             {"getSarSensorNumber", intAnswer(&Answers::sarSensorNumber)},
             {"isUltrasoundSensor", boolAnswer(&Answers::isUltrasoundSensor)},
@@ -112,14 +124,18 @@ std::vector<std::string> calls() {
     return state().calls;
 }
 
-bool loadFile(const std::string& path, int* badLine) {
+bool loadFile(const std::string& path, int* badLine, std::string* problem) {
     std::vector<kv::Entry> entries;
-    if (!kv::read(path, &entries, badLine)) return false;
+    if (!kv::read(path, &entries, badLine, problem)) return false;
     Answers loaded = answers();
     for (const auto& entry : entries) {
         auto setter = setters().find(entry.key);
-        if (setter == setters().end() || !setter->second(entry.value, &loaded)) {
-            if (badLine) *badLine = entry.line;
+        if (setter == setters().end()) {
+            kv::badEntry(entry, "", badLine, problem);
+            return false;
+        }
+        if (!setter->second.set(entry.value, &loaded)) {
+            kv::badEntry(entry, setter->second.expected, badLine, problem);
             return false;
         }
     }

@@ -1,5 +1,7 @@
 #include <tevhost/Text.h>
 
+#include <limits>
+
 namespace tevhost::text {
 
 namespace {
@@ -72,6 +74,51 @@ void firstWord(const std::string& line, std::string* word, std::string* rest) {
     *word = line.substr(start, i - start);
     while (i < line.size() && isBlank(line[i])) ++i;
     *rest = line.substr(i);
+}
+
+bool splitWords(const std::string& line, std::vector<std::string>* words, std::string* error) {
+    words->clear();
+    size_t i = 0;
+    while (true) {
+        while (i < line.size() && isBlank(line[i])) ++i;
+        if (i == line.size()) return true;
+        size_t start = i;
+        bool quoted = line[i] == '"';
+        if (quoted) {
+            // Up to the next quote that is not escaped.
+            ++start;
+            ++i;
+            while (i < line.size() && line[i] != '"') i += line[i] == '\\' ? 2 : 1;
+            if (i >= line.size()) {
+                *error = "a quote is not closed";
+                return false;
+            }
+        } else {
+            while (i < line.size() && !isBlank(line[i])) ++i;
+        }
+        std::string word;
+        if (!decodeEscapes(line.substr(start, i - start), &word, error)) return false;
+        words->push_back(std::move(word));
+        if (quoted && ++i < line.size() && !isBlank(line[i])) {
+            *error = "a closing quote must end its word";
+            return false;
+        }
+    }
+}
+
+bool parseInt32(const std::string& text, int32_t* value) {
+    size_t digits = !text.empty() && text[0] == '-' ? 1 : 0;
+    if (digits == text.size()) return false;
+    int64_t v = 0;
+    for (size_t i = digits; i < text.size(); ++i) {
+        if (text[i] < '0' || text[i] > '9') return false;
+        v = v * 10 + (text[i] - '0');
+        if (v > int64_t{std::numeric_limits<int32_t>::max()} + 1) return false;
+    }
+    if (digits) v = -v;
+    if (v > std::numeric_limits<int32_t>::max()) return false;
+    *value = static_cast<int32_t>(v);
+    return true;
 }
 
 }  // namespace tevhost::text

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "Command.h"
+#include "Json.h"
 
 namespace tevctl {
 
@@ -135,7 +136,7 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
             }
             out["differences"].push_back(entry);
         }
-        printf("%s\n", out.dump().c_str());
+        printf("%s\n", json::write(out).c_str());
     } else if (!differing.empty()) {
         size_t widths[] = {strlen("AREA"), strlen("OPERATION"), a.size()};
         for (const std::string& key : differing) {

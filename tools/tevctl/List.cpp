@@ -5,34 +5,34 @@
 #include <cstdio>
 
 #include "Command.h"
+#include "Json.h"
 
 namespace tevctl {
 
 int commandList(Session& session, const Options& o) {
     if (o.json) {
-        std::string s = "{\"areas\":[";
-        bool firstArea = true;
+        json::Json areas = json::Json::array();
         for (const Area* area : allAreas()) {
-            s += std::string(firstArea ? "" : ",") + "{\"area\":" + jsonText(area->name) +
-                 ",\"interface\":" + jsonText(area->interface) +
-                 ",\"available\":" + (session.available(*area) ? "true" : "false") +
-                 ",\"operations\":[";
-            firstArea = false;
-            for (size_t i = 0; i < area->ops.size(); ++i) {
-                const Operation& op = area->ops[i];
-                s += std::string(i ? "," : "") + "{\"op\":" + jsonText(op.name) + ",\"args\":[";
-                for (size_t k = 0; k < op.params.size(); ++k) {
-                    s += std::string(k ? "," : "") + "{\"name\":" + jsonText(op.params[k].name) +
-                         ",\"type\":" + jsonText(typeName(op.params[k].type, op.params[k].info)) +
-                         "}";
+            json::Json operations = json::Json::array();
+            for (const Operation& op : area->ops) {
+                json::Json params = json::Json::array();
+                for (const Param& p : op.params) {
+                    params.push_back({{"name", p.name}, {"type", typeName(p.type, p.info)}});
                 }
-                s += "],\"return\":" + jsonText(typeName(op.result)) + ",\"callback\":" +
-                     (op.callback == Type::kVoid ? "null" : jsonText(typeName(op.callback))) +
-                     ",\"reads\":" + (op.reads ? "true" : "false") + "}";
+                operations.push_back({{"op", op.name},
+                                      {"args", params},
+                                      {"return", typeName(op.result)},
+                                      {"callback", op.callback == Type::kVoid
+                                                           ? json::Json(nullptr)
+                                                           : json::Json(typeName(op.callback))},
+                                      {"reads", op.reads}});
             }
-            s += "]}";
+            areas.push_back({{"area", area->name},
+                             {"interface", area->interface},
+                             {"available", session.available(*area)},
+                             {"operations", operations}});
         }
-        printf("%s]}\n", s.c_str());
+        printf("%s\n", json::write({{"areas", areas}}).c_str());
         return 0;
     }
     size_t width = 0;

@@ -3,6 +3,9 @@
 // of the -impl library and its factory) and reaches every area through the root.
 #include <tevhost/Profile.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -18,6 +21,7 @@ const char kUsage[] =
         R"(usage: tevctl [--device DIR] [--json] [--log] [--real-time] [--in-place] COMMAND ...
 
 Asks the vendor test service, loaded in-process as on the handset, on a simulated device.
+Options may also stand after the command or among its arguments; -- ends them.
 
 Commands:
   list                     the areas and every operation with its argument and result types
@@ -28,17 +32,21 @@ Commands:
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
-                             prop KEY VALUE        set a property     prop KEY    unset it
-                             node PATH CONTENT     write a node (CONTENT takes \n \t \\ \0 \xHH)
+                             prop KEY [VALUE]      set a property; without VALUE unset it
+                             node PATH [CONTENT]   write a node
                              rmnode PATH           remove a node
-                             respond PATH WORD REPLY   after WORD is written to PATH, it reads REPLY
-                           blank lines and lines starting with # are skipped
+                             respond PATH WORD [REPLY]  after WORD is written to PATH, it reads
+                                                   REPLY
+                           A step's words are separated by blanks. Every word takes the C
+                           escapes \n \t \r \\ \" \0 \xHH; in double quotes it may hold blanks
+                           ("a b", and "" is empty). Blank lines and lines starting with # are
+                           skipped.
   help                     this text
 
 AREA is root (the property and node pass-throughs) or one of version, leds, flashlife, camera,
-charger, nfc, usb, battery, sensor, display, fp, audio. Arguments: integers in decimal, booleans
-true/false/1/0, strings as given (in run steps a "quoted" word takes C escapes), string lists
-comma-separated, enums by member name or number.
+charger, nfc, usb, battery, sensor, display, fp, audio. Arguments: integers in decimal (an
+optional - and digits), booleans true/false/1/0, strings as given, string lists comma-separated,
+enums by member name or number.
 
 Options:
   --device DIR   the device profile: a folder with properties, fs/ and optionally drivers, or the
@@ -50,20 +58,28 @@ Options:
   --real-time    sleeps really pass (progress on stderr); otherwise the virtual clock only
                  records them
 
-Exit status: 0 done; 1 the service could not answer (area not available, library missing);
-2 a usage error (one line on stderr); 134 the service ended the process during a call.
+Exit status: 0 done; 1 the service could not answer (area not available, library missing) or the
+output could not be written; 2 a usage error (one line on stderr); 134 the service ended the
+process during a call.
 )";
 
 int run(int argc, char** argv) {
     Options o;
     bool deviceGiven = false;
-    int i = 1;
-    for (; i < argc; ++i) {
+    // Options may stand anywhere on the line; "--" ends them, so that a word after it that starts
+    // with "--" is an argument. Every word after "debug" is the service's, as lshal passes it.
+    std::vector<std::string> words;
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
-        if (arg.rfind("--", 0) != 0 && arg != "-h") break;
-        if (arg == "--help" || arg == "-h") {
+        if (!words.empty() && words[0] == "debug") optionsEnded = true;
+        if (optionsEnded || (arg.rfind("--", 0) != 0 && arg != "-h")) {
+            words.push_back(arg);
+        } else if (arg == "--") {
+            optionsEnded = true;
+        } else if (arg == "--help" || arg == "-h") {
             fputs(kUsage, stdout);
-            return 0;
+            return finishOutput(0);
         } else if (arg == "--device") {
             if (++i == argc) throw UsageError("--device needs a profile folder");
             o.device = argv[i];
@@ -80,15 +96,16 @@ int run(int argc, char** argv) {
         } else if (arg == "--in-place") {
             o.inPlace = true;
         } else {
-            throw UsageError("unknown option '" + arg + "' (see tevctl --help)");
+            throw UsageError("unknown option '" + arg +
+                             "' (see tevctl --help; -- ends the options)");
         }
     }
-    if (i == argc) throw UsageError("no command (list, report, call, run; see tevctl --help)");
-    std::string command = argv[i++];
-    std::vector<std::string> rest(argv + i, argv + argc);
+    if (words.empty()) throw UsageError("no command (list, report, call, run; see tevctl --help)");
+    std::string command = words[0];
+    std::vector<std::string> rest(words.begin() + 1, words.end());
     if (command == "help") {
         fputs(kUsage, stdout);
-        return 0;
+        return finishOutput(0);
     }
     CallRequest request{};
     if (command == "call") {
@@ -114,7 +131,7 @@ int run(int argc, char** argv) {
     if (!device.open(profile, o.inPlace, &error)) throw UsageError(error);
     Session session(o.realTime);
     if (!session.start(&error)) {
-        fprintf(stderr, "tevctl: %s\n", error.c_str());
+        printError(error);
         return 1;
     }
     session.onTermination([&o](const CallRecord& r) { printCall(r, o); });
@@ -129,7 +146,7 @@ int run(int argc, char** argv) {
     } else if (command == "call") {
         CallRecord r = session.call(*request.area, *request.op, request.args);
         if (!r.available) {
-            fprintf(stderr, "tevctl: %s\n", unavailable(*request.area).c_str());
+            printError(unavailable(*request.area));
             status = 1;
         } else {
             printCall(r, o);
@@ -138,23 +155,27 @@ int run(int argc, char** argv) {
         try {
             status = commandRun(session, device, o, rest.empty() ? "" : rest[0]);
         } catch (const StepError& e) {
-            fflush(stdout);
-            fprintf(stderr, "tevctl: %s\n", e.message.c_str());
+            printError(e.message);
             status = e.status;
         }
     }
-    return status;
+    return finishOutput(status);
 }
 
 }  // namespace
 }  // namespace tevctl
 
 int main(int argc, char** argv) {
+    // With standard output closed, a file the run opens would take its place and receive the
+    // output.
+    if (fcntl(STDOUT_FILENO, F_GETFD) == -1) {
+        tevctl::printError("cannot write the output: standard output is closed");
+        return 1;
+    }
     try {
         return tevctl::run(argc, argv);
     } catch (const tevctl::UsageError& e) {
-        fflush(stdout);
-        fprintf(stderr, "tevctl: %s\n", e.message.c_str());
-        return 2;
+        tevctl::printError(e.message);
+        return tevctl::finishOutput(2);
     }
 }

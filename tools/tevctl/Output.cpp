@@ -2,9 +2,39 @@
 
 #include <tevcatalog/Values.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace tevctl {
+
+namespace {
+
+int gOutputError = 0;  // the first error writing standard output
+
+}  // namespace
+
+void flushOutput() {
+    // A print that wrote through (a line longer than the buffer) may have failed already; errno
+    // still says why, as nothing comes between it and this flush.
+    if (ferror(stdout) && gOutputError == 0) gOutputError = errno != 0 ? errno : EIO;
+    errno = 0;
+    if (fflush(stdout) != 0 && gOutputError == 0) gOutputError = errno != 0 ? errno : EIO;
+}
+
+int finishOutput(int status) {
+    flushOutput();
+    if (gOutputError == 0 && ferror(stdout)) gOutputError = EIO;
+    // A reader that stopped reading (tevctl ... | head) is no failure of ours.
+    if (gOutputError == 0 || gOutputError == EPIPE) return status;
+    printError(std::string("cannot write the output: ") + strerror(gOutputError));
+    return status == 0 ? 1 : status;
+}
+
+void printError(const std::string& message) {
+    flushOutput();
+    fprintf(stderr, "tevctl: %s\n", printable(message).c_str());
+}
 
 std::vector<std::string> answerLines(const CallRecord& r) {
     std::vector<std::string> lines;
@@ -38,45 +68,32 @@ std::vector<std::string> effectLines(const CallRecord& r, bool withLog) {
     return lines;
 }
 
-std::string jsonCall(const CallRecord& r, bool withLog) {
-    std::string s = "{\"area\":" + jsonText(r.area->name) + ",\"op\":" + jsonText(r.op->name) +
-                    ",\"args\":[";
-    const std::vector<Value>& args = r.args.values();
-    for (size_t i = 0; i < args.size(); ++i) s += (i ? "," : "") + jsonValue(args[i]);
-    s += "]";
-    if (r.outcome.result) s += ",\"return\":" + jsonValue(*r.outcome.result);
-    s += ",\"callbacks\":[";
-    for (size_t i = 0; i < r.outcome.callbacks.size(); ++i) {
-        s += (i ? "," : "") + jsonValue(r.outcome.callbacks[i]);
+json::Json callJson(const CallRecord& r, bool withLog) {
+    json::Json call;
+    call["area"] = r.area->name;
+    call["op"] = r.op->name;
+    call["args"] = json::Json::array();
+    for (const Value& v : r.args.values()) call["args"].push_back(json::value(v));
+    if (r.outcome.result) call["return"] = json::value(*r.outcome.result);
+    call["callbacks"] = json::Json::array();
+    for (const Value& v : r.outcome.callbacks) call["callbacks"].push_back(json::value(v));
+    call["writes"] = json::Json::array();
+    for (const auto& w : r.writes) {
+        call["writes"].push_back({{"path", w.path}, {"data", json::bytes(w.data)}});
     }
-    s += "],";
-    return s + jsonEffects(r, withLog) + "}";
-}
-
-std::string jsonEffects(const CallRecord& r, bool withLog) {
-    std::string s = "\"writes\":[";
-    for (size_t i = 0; i < r.writes.size(); ++i) {
-        s += std::string(i ? "," : "") + "{\"path\":" + jsonText(r.writes[i].path) +
-             ",\"data\":" + jsonBytes(r.writes[i].data) + "}";
-    }
-    s += "],\"sleeps\":[";
-    for (size_t i = 0; i < r.sleeps.size(); ++i) s += (i ? "," : "") + jsonNumber(r.sleeps[i]);
-    s += "]";
+    call["sleeps"] = r.sleeps;
     if (withLog) {
-        s += ",\"log\":[";
-        for (size_t i = 0; i < r.log.size(); ++i) {
-            const auto& l = r.log[i];
-            s += std::string(i ? "," : "") + "{\"prio\":\"" +
-                 tevhost::log::priorityLetter(l.priority) + "\",\"tag\":" + jsonText(l.tag) +
-                 ",\"msg\":" + jsonText(l.text) + "}";
+        call["log"] = json::Json::array();
+        for (const auto& l : r.log) {
+            call["log"].push_back(
+                    {{"prio", std::string(1, tevhost::log::priorityLetter(l.priority))},
+                     {"tag", l.tag},
+                     {"msg", l.text}});
         }
-        s += "]";
     }
-    if (!r.outcome.transportError.empty()) {
-        s += ",\"transportError\":" + jsonText(r.outcome.transportError);
-    }
-    if (!r.terminated.empty()) s += ",\"terminated\":" + jsonText(r.terminated);
-    return s;
+    if (!r.outcome.transportError.empty()) call["transportError"] = r.outcome.transportError;
+    if (!r.terminated.empty()) call["terminated"] = r.terminated;
+    return call;
 }
 
 void printLines(const std::vector<std::string>& lines, const char* indent) {
@@ -85,7 +102,7 @@ void printLines(const std::vector<std::string>& lines, const char* indent) {
 
 void printCall(const CallRecord& record, const Options& o) {
     if (o.json) {
-        printf("%s\n", jsonCall(record, o.log).c_str());
+        printf("%s\n", json::write(callJson(record, o.log)).c_str());
     } else {
         if (o.steps) {
             std::string head = "> " + record.area->name + " " + record.op->name;
@@ -95,7 +112,7 @@ void printCall(const CallRecord& record, const Options& o) {
         printLines(answerLines(record));
         printLines(effectLines(record, o.log));
     }
-    fflush(stdout);
+    flushOutput();
 }
 
 }  // namespace tevctl

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Command.h"
+#include "Json.h"
 #include "Session.h"
 
 namespace tevctl {
@@ -18,11 +19,10 @@ std::vector<std::string> answerLines(const CallRecord& record);
 // "log P/TAG: TEXT".
 std::vector<std::string> effectLines(const CallRecord& record, bool withLog);
 
-// The call as one JSON object (no line end).
-std::string jsonCall(const CallRecord& record, bool withLog);
-// The members of that object that tell what the call did: "writes", "sleeps", "log" (with
-// |withLog|), "transportError" and "terminated" when there are any (no braces).
-std::string jsonEffects(const CallRecord& record, bool withLog);
+// The call as one JSON object: {"area", "op", "args", "return" (absent for void operations),
+// "callbacks", "writes" ([{"path", "data"}]), "sleeps", "log" (with |withLog|: [{"prio", "tag",
+// "msg"}]), "transportError" and "terminated" (when there was one)}.
+json::Json callJson(const CallRecord& record, bool withLog);
 
 // Prints |lines|, each after |indent|.
 void printLines(const std::vector<std::string>& lines, const char* indent = "");
@@ -30,5 +30,15 @@ void printLines(const std::vector<std::string>& lines, const char* indent = "");
 // Prints one call as the options ask: one JSON line, or the answer and effect lines (headed by
 // "> AREA OP ARGS" in a run).
 void printCall(const CallRecord& record, const Options& o);
+
+// Standard output is flushed after each call, so that what a call printed is out before the next
+// one (or the end of the process during it). A failed write is remembered; finishOutput() names
+// it on stderr and makes a |status| of 0 a 1, unless the reader merely stopped reading (EPIPE).
+void flushOutput();
+int finishOutput(int status);
+
+// "tevctl: MESSAGE" on stderr, after what standard output holds; control bytes and invalid UTF-8
+// in |message| shown as C escapes.
+void printError(const std::string& message);
 
 }  // namespace tevctl

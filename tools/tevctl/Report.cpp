@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "Command.h"
+#include "Json.h"
 #include "Output.h"
 
 namespace tevctl {
@@ -17,6 +18,15 @@ namespace {
 // sleep, and nothing of the host's log.
 constexpr char kServiceReportStart[] = "{\"areas\":[";
 constexpr char kServiceEffects[] = "\"writes\":[],\"sleeps\":[]}";
+
+// The members of the call's JSON object that tell what it did ("writes", "sleeps", "log", ...),
+// without braces.
+std::string effectsJson(const CallRecord& r, bool withLog) {
+    json::Json call = callJson(r, withLog);
+    for (const char* key : {"area", "op", "args", "return", "callbacks"}) call.erase(key);
+    const std::string text = json::write(call);
+    return text.substr(1, text.size() - 2);
+}
 
 bool reported(const Operation& op) {
     return op.reads && op.params.empty();
@@ -84,9 +94,9 @@ class Report {
                                                                const CallRecord& since) {
             const std::string out = mJson ? jsonWritten(bytes, since) : textWritten(bytes, since);
             fputs((mRaw ? bytes : out).c_str(), stdout);
-            fflush(stdout);
+            flushOutput();
         });
-        fflush(stdout);
+        flushOutput();
         return ok ? 0 : 1;
     }
 
@@ -139,7 +149,7 @@ class Report {
 
     std::string jsonWritten(const std::string& bytes, const CallRecord& since) {
         if (bytes.rfind(kServiceReportStart, 0) == 0) {
-            return "{\"device\":" + jsonText(mDevice) + "," + bytes.substr(1);
+            return "{\"device\":" + json::write(mDevice) + "," + bytes.substr(1);
         }
         const bool comma = bytes.rfind(",", 0) == 0;
         const std::string object = bytes.substr(comma ? 1 : 0);
@@ -152,7 +162,7 @@ class Report {
                 ++mCallsInArea;
                 expect(i + 1);
                 return (comma ? "," : "") + object.substr(0, object.size() - effects) +
-                       jsonEffects(callAt(i, since), mOptions.log) + "}";
+                       effectsJson(callAt(i, since), mOptions.log) + "}";
             }
         } else if (!area.empty()) {
             // An area begins; its calls follow.
@@ -169,7 +179,7 @@ class Report {
         if (mRaw) return;
         if (mJson) {
             printf("%s%s],\"available\":true}]}\n", mCallsInArea ? "," : "",
-                   jsonCall(r, mOptions.log).c_str());
+                   json::write(callJson(r, mOptions.log)).c_str());
             return;
         }
         std::string joined;

@@ -1,10 +1,12 @@
 // run: the run-step interpreter. Every step runs in the one process, so the area objects and
 // what they remember live on from call to call, as in the service host.
-#include <tevcatalog/Values.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/Text.h>
 
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
@@ -20,8 +22,12 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
     std::istream* input = &std::cin;
     std::string name = "<stdin>";
     if (!file.empty() && file != "-") {
+        std::error_code ec;
+        if (std::filesystem::is_directory(file, ec)) {
+            throw UsageError("cannot read " + file + ": it is a folder");
+        }
         in.open(file);
-        if (!in) throw UsageError("cannot read " + file);
+        if (!in) throw UsageError("cannot read " + file + ": " + strerror(errno));
         input = &in;
         name = file;
     }
@@ -36,9 +42,10 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
         auto fail = [&](const std::string& message, int status = 2) {
             throw StepError(name + ":" + std::to_string(number) + ": " + message, status);
         };
+        // Every step's words follow one rule: blank-separated, C escapes, "quoted" to hold blanks.
+        std::vector<std::string> words;
+        if (!tevhost::text::splitWords(rest, &words, &error)) fail(error);
         if (step == "call") {
-            std::vector<std::string> words;
-            if (!splitWords(rest, &words, &error)) fail(error);
             CallRequest request{};
             try {
                 request = parseCall(words);
@@ -49,27 +56,22 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
             if (!r.available) fail(unavailable(*request.area), 1);
             printCall(r, o);
         } else if (step == "prop") {
-            std::string key, value;
-            tevhost::text::firstWord(rest, &key, &value);
-            if (key.empty()) fail("prop needs KEY [VALUE]");
-            if (value.empty()) {
-                tevhost::props::unset(key);
+            if (words.empty() || words.size() > 2) {
+                fail("prop takes KEY [VALUE] (a VALUE with blanks in quotes)");
+            }
+            if (words.size() == 1 || words[1].empty()) {
+                tevhost::props::unset(words[0]);
             } else {
-                tevhost::props::set(key, value);
+                tevhost::props::set(words[0], words[1]);
             }
         } else if (step == "node") {
-            std::string path, raw, content;
-            tevhost::text::firstWord(rest, &path, &raw);
-            if (path.empty()) fail("node needs PATH [CONTENT]");
-            if (!tevhost::text::decodeEscapes(raw, &content, &error) ||
-                !device.writeNode(path, content, &error)) {
-                fail(error);
+            if (words.empty() || words.size() > 2) {
+                fail("node takes PATH [CONTENT] (a CONTENT with blanks in quotes)");
             }
+            if (!device.writeNode(words[0], words.size() == 2 ? words[1] : "", &error)) fail(error);
         } else if (step == "rmnode") {
-            std::string path, extra;
-            tevhost::text::firstWord(rest, &path, &extra);
-            if (path.empty() || !extra.empty()) fail("rmnode needs exactly PATH");
-            if (!device.removeNode(path, &error)) fail(error);
+            if (words.size() != 1) fail("rmnode takes exactly PATH");
+            if (!device.removeNode(words[0], &error)) fail(error);
         } else if (step == "respond") {
             tevhost::profile::Driver driver;
             if (!tevhost::profile::parseDriver(rest, "respond", &driver, &error)) fail(error);
@@ -78,6 +80,8 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
             fail("unknown step '" + step + "' (call, prop, node, rmnode, respond)");
         }
     }
+    if (input->bad())
+        throw StepError("cannot read " + name + " after line " + std::to_string(number), 2);
     return 0;
 }
 

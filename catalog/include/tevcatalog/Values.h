@@ -1,5 +1,5 @@
 // Values as text: the arguments of a call parsed from words, and answers printed for people
-// (C-like escapes) or for scripts (JSON).
+// (C-like escapes); tevctl writes them as JSON.
 #pragma once
 
 #include <string>
@@ -9,12 +9,9 @@
 
 namespace tevcatalog {
 
-// Splits |line| at runs of blanks; a word in double quotes may hold blanks and takes C escapes.
-bool splitWords(const std::string& line, std::vector<std::string>* words, std::string* error);
-
-// The arguments of |op| from their texts: integers in decimal, booleans true/false/1/0, strings
-// as given, string lists comma-separated, enums by member name or number. False with an |error|
-// naming the argument.
+// The arguments of |op| from their texts: integers as tevhost::text::parseInt32 reads them,
+// booleans true/false/1/0, strings as given, string lists comma-separated, enums by member name or
+// number. False with an |error| naming the argument.
 bool parseArgs(const Area& area, const Operation& op, const std::vector<std::string>& texts,
                Args* args, std::string* error);
 
@@ -28,19 +25,16 @@ std::string resultNotation(const Operation& op);
 // outside printable ASCII is escaped, but valid multi-byte UTF-8 is kept with |keepUtf8|.
 std::string escape(const std::string& s, bool keepUtf8, bool json);
 
-// The shortest decimal text that reads back as |d|; JSON has "null" for what is not finite.
+// |s| for a message that quotes it: control bytes and bytes that are not valid UTF-8 C-escaped
+// (\n, \t, \r, \xHH), everything else kept, so that it stays on its line and cannot drive the
+// terminal.
+std::string printable(const std::string& s);
+
+// The shortest decimal text that reads back as |d|.
 std::string number(double d);
-std::string jsonNumber(double d);
 
 // A value as text: strings quoted with C escapes (UTF-8 kept), lists in brackets, enum members by
 // name.
 std::string textValue(const Value& value);
-// A value as JSON.
-std::string jsonValue(const Value& value);
-
-// JSON string literals: |bytes| escapes every byte outside printable ASCII as \u00XX (node
-// data, exact bytes); the text form keeps valid UTF-8 and escapes only control and invalid bytes.
-std::string jsonBytes(const std::string& bytes);
-std::string jsonText(const std::string& text);
 
 }  // namespace tevcatalog

@@ -62,8 +62,8 @@ namespace hall {
 // Sets up the sibling from the `hall` file of a device profile (format in README.md): unless the
 // file says present=0, a FakeSensorService configured from it is registered as "default". Returns
 // false when the file cannot be read or, with |badLine| (1-based) set, has a bad line; nothing is
-// registered then.
-bool loadFile(const std::string& path, int* badLine = nullptr);
+// registered then. |problem| says what was wrong ("KEY: expected WHAT, not 'VALUE'").
+bool loadFile(const std::string& path, int* badLine = nullptr, std::string* problem = nullptr);
 
 }  // namespace hall
 }  // namespace tevhost

@@ -16,10 +16,11 @@ void clear();
 std::optional<std::string> get(const std::string& key);
 std::map<std::string, std::string> all();
 
-// Loads a file of "[key]: [value]" lines (getprop output) or "key=value" lines. Blank lines and
-// lines starting with '#' are skipped. Returns false when the file cannot be read, and sets
-// |badLine| (1-based) for a line of neither form.
-bool loadFile(const std::string& path, int* badLine = nullptr);
+// Loads a file of "[key]: [value]" lines (getprop output) or "key=value" lines (blanks around '='
+// and a CRLF line end are no part of key or value). Blank lines and lines starting with '#' are
+// skipped. Returns false when the file cannot be read, and sets |badLine| (1-based) for a line of
+// neither form; |problem| says which.
+bool loadFile(const std::string& path, int* badLine = nullptr, std::string* problem = nullptr);
 
 }  // namespace props
 }  // namespace tevhost

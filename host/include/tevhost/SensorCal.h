@@ -43,8 +43,9 @@ std::vector<std::string> calls();
 // Sets answers from a file of "method=answer" lines (the `sensorcal` file of a device profile;
 // format in README.md); methods the file leaves out keep their answers. Returns false when the file
 // cannot be read or, with |badLine| (1-based) set, when a line is not a known method with a valid
-// answer; nothing is changed then.
-bool loadFile(const std::string& path, int* badLine = nullptr);
+// answer; nothing is changed then. |problem| says what was wrong ("KEY: expected WHAT, not
+// 'VALUE'").
+bool loadFile(const std::string& path, int* badLine = nullptr, std::string* problem = nullptr);
 
 // Used by the stand-in library: an object was made or destroyed; a method was called (the answers
 // in force are returned).
