@@ -4,6 +4,7 @@
 #include "BatteryCheckService.h"
 #include "CameraCheckService.h"
 #include "ChargerCheckService.h"
+#include "DebugReport.h"
 #include "DisplayCheckService.h"
 #include "FlashLifeCheckService.h"
 #include "FPCheckService.h"
@@ -118,6 +119,12 @@ Return<void> TevVendorService::getVendorFileValue(const hidl_string& path,
 Return<void> TevVendorService::setVendorFileValue(const hidl_string& path, const hidl_string& value,
                                                   setVendorFileValue_cb _hidl_cb) {
     _hidl_cb(TevVendorUtils::getInstance().writeFilePathValue(path, value));
+    return Void();
+}
+
+Return<void> TevVendorService::debug(const hidl_handle& handle,
+                                     const hidl_vec<hidl_string>& options) {
+    writeDebugReport(*this, handle, options);
     return Void();
 }
 

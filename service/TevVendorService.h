@@ -5,7 +5,9 @@
 namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::sp;
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IAudioCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IBatteryCheckService;
@@ -22,7 +24,8 @@ using ::vendor::quoril::hardware::tevvendorservice::V1_0::IUsbCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IVersionCheckService;
 
 // The root object: creates each area object on its first request and keeps it for its own
-// lifetime; passes properties and nodes through to the test application.
+// lifetime; passes properties and nodes through to the test application; reports what the areas
+// read to lshal debug.
 class TevVendorService : public ITevVendorService {
   public:
     TevVendorService() = default;
@@ -49,6 +52,10 @@ class TevVendorService : public ITevVendorService {
                                     getVendorFileValue_cb _hidl_cb) override;
     Return<void> setVendorFileValue(const hidl_string& path, const hidl_string& value,
                                     setVendorFileValue_cb _hidl_cb) override;
+
+    // lshal debug: the answers of every area's reading operations, written to the handle's
+    // descriptor (see DebugReport.h).
+    Return<void> debug(const hidl_handle& handle, const hidl_vec<hidl_string>& options) override;
 
   private:
     sp<IVersionCheckService> mVersionCheckService;

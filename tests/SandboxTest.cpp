@@ -2,6 +2,7 @@
 // not link it, and leave every other path alone. Its journal, denials, folders, drivers and clock
 // are exercised by every area's tests.
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include "HandsetTest.h"
@@ -61,6 +62,27 @@ TEST_F(SandboxTest, NothingIsMappedWithoutARoot) {
     sandbox::setRoot("");
     EXPECT_EQ(sandbox::hostPath("/sys/x"), "/sys/x");
     EXPECT_EQ(probe::accessPath("/proc/version", F_OK), 0);  // the host's own
+}
+
+TEST_F(SandboxTest, AWatchedDescriptorHandsOverEveryWrite) {
+    const int watched = open("/dev/null", O_WRONLY);
+    const int other = open("/dev/null", O_WRONLY);
+    std::vector<std::string> seen;
+    // The watcher may write itself (a tool prints what it is handed).
+    sandbox::watchWrites(watched, [&](const std::string& bytes) {
+        seen.push_back(bytes);
+        EXPECT_EQ(write(other, "echo", 4), 4);
+    });
+    char second[] = "b\0c";
+    struct iovec parts[] = {{second, 1}, {second + 1, 2}};
+    EXPECT_EQ(write(watched, "a", 1), 1);
+    EXPECT_EQ(writev(watched, parts, 2), 3);
+    EXPECT_EQ(write(other, "z", 1), 1);
+    sandbox::watchWrites(watched, nullptr);
+    EXPECT_EQ(write(watched, "after", 5), 5);
+    EXPECT_THAT(seen, ::testing::ElementsAre("a", std::string("b\0c", 3)));
+    close(watched);
+    close(other);
 }
 
 }  // namespace

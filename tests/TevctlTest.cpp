@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 struct Result {
@@ -441,6 +442,48 @@ TEST_F(TevctlTest, AProcessEndedDuringACallPrintsWhatItHad) {
     EXPECT_THAT(report.out, HasSubstr(R"("terminated":)"));
     EXPECT_EQ(lines(report.out).size(), 1u);
     EXPECT_THAT(report.out, ::testing::EndsWith("],\"available\":true}]}\n"));
+    // The report is the service's own (its debug call): the text report, with the log of each
+    // call under its row, names the call in flight as the operation after the last row.
+    Result text = tevctl({"--log", "report"});
+    EXPECT_EQ(text.status, 134);
+    EXPECT_THAT(text.out,
+                HasSubstr("display    getLcmInfo                       \"panel\\x01é\\xff\"\n"
+                          "    log I/FakeDisplay: 630尼特绿斑亮度测试\\n\n"
+                          "display    getBacklightValue                (terminated: "));
+    Result debug = tevctl({"debug", "--json"});
+    EXPECT_EQ(debug.status, 134);
+    EXPECT_THAT(debug.out, StartsWith(R"({"areas":[)"));
+    EXPECT_THAT(debug.out, Not(HasSubstr("terminated")));
+}
+
+TEST_F(TevctlTest, DiffShowsOnlyWhatDiffers) {
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        std::vector<std::string> has, hasNot;
+    } cases[] = {
+            {{"diff", "qab", "qab"}, 0, {}, {"AREA"}},
+            {{"diff", "qab", "marskol"},
+             1,
+             {"AREA       OPERATION                        qab ",
+              "\nleds       getLedsList                      [1, 2, 3, 4, 5, 6, 7] ", "  []\n"},
+             {"getElectricThreshold", "audio"}},
+            {{"--json", "diff", "qab", "lumbret"},
+             1,
+             {R"("differences":[{"area":"version","op":"getFSN","a":{"callbacks":["QB7A2C0041"]},)"
+              R"("b":{"callbacks":["LB1A00772"]}})",
+              R"({"area":"leds","op":"getLedsList","a":{"callbacks":[[1,2,3,4,5,6,7]]},)"},
+             {"isSingleSim"}},
+            {{"diff", "qab"}, 2, {}, {"AREA"}},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args = {"--device", "qab"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        Result r = tevctl(args);
+        EXPECT_EQ(r.status, c.status) << c.args[1] << r.err;
+        for (const std::string& text : c.has) EXPECT_THAT(r.out, HasSubstr(text));
+        for (const std::string& text : c.hasNot) EXPECT_THAT(r.out, Not(HasSubstr(text)));
+    }
 }
 
 TEST_F(TevctlTest, EveryBundledProfileReportsEveryArea) {

@@ -2,17 +2,22 @@
 // here switches hardware, writes a node, enables a sensor, or blocks on the touch or Hall driver.
 #define LOG_TAG "VtsHalTevVendorServiceV1_0TargetTest"
 
+#include <cutils/native_handle.h>
 #include <gtest/gtest.h>
 #include <hidl/GtestPrinter.h>
 #include <hidl/ServiceManagement.h>
 #include <log/log.h>
+#include <unistd.h>
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
+#include <algorithm>
 #include <functional>
 #include <set>
 #include <string>
+#include <thread>
 
 using ::android::sp;
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
@@ -241,6 +246,45 @@ TEST_P(TevVendorServiceHidlTest, ListAnswersHoldOnlyKnownMembers) {
         EXPECT_EQ(std::string(v[0]).rfind("lifeEstA =", 0), 0u);
         EXPECT_EQ(std::string(v[1]).rfind("lifeEstB =", 0), 0u);
     });
+}
+
+// What lshal debug prints: the report comes through the descriptor handed over, and an unknown
+// option is named before it.
+TEST_P(TevVendorServiceHidlTest, DebugWritesTheReportToTheHandle) {
+    const struct {
+        hidl_vec<hidl_string> options;
+        std::string begins;
+        std::string ends;
+    } cases[] = {
+            {{}, "AREA", "\n"},
+            {{"--json"}, "{\"areas\":[{\"area\":\"version\"", "]}\n"},
+            {{"--vts-no-such-option"},
+             "ignoring unknown option \"--vts-no-such-option\"\nAREA",
+             "\n"},
+    };
+    for (const auto& c : cases) {
+        int fds[2];
+        ASSERT_EQ(pipe(fds), 0);
+        std::string out;
+        std::thread reader([&out, fd = fds[0]] {
+            char buffer[4096];
+            for (ssize_t n; (n = read(fd, buffer, sizeof(buffer))) > 0;) out.append(buffer, n);
+        });
+        {
+            native_handle_t* nativeHandle = native_handle_create(1, 0);
+            nativeHandle->data[0] = fds[1];
+            hidl_handle handle;
+            handle.setTo(nativeHandle, true /* shouldOwn */);
+            EXPECT_TRUE(service->debug(handle, c.options).isOk()) << c.begins;
+        }
+        reader.join();
+        close(fds[0]);
+        EXPECT_EQ(out.rfind(c.begins, 0), 0u) << out.substr(0, 200);
+        EXPECT_GT(out.size(), c.begins.size() + c.ends.size());
+        EXPECT_EQ(out.substr(out.size() - std::min(out.size(), c.ends.size())), c.ends);
+    }
+    // Without a descriptor there is nothing to write to, and nothing breaks.
+    EXPECT_TRUE(service->debug(hidl_handle(), {}).isOk());
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(TevVendorServiceHidlTest);

@@ -50,6 +50,7 @@ struct State {
     double now = 0;
     std::function<void(double)> hook;
     std::function<void(double, bool)> notifier;
+    std::function<void(const std::string&)> watcher;
 };
 
 State& state() {
@@ -162,6 +163,20 @@ void journal(int fd, const void* data, size_t size) {
     std::string bytes(static_cast<const char*>(data), size);
     it->second.written += bytes;
     s.journal.push_back({it->second.devicePath, bytes});
+}
+
+std::atomic<int> gWatchedFd{-1};
+
+// Hands the bytes written to the watched descriptor to its watcher, outside the lock: the watcher
+// may write itself.
+void tellWatcher(int fd, const void* data, size_t size) {
+    if (fd != gWatchedFd.load() || size == 0) return;
+    std::function<void(const std::string&)> watcher;
+    {
+        std::lock_guard<std::mutex> guard(state().lock);
+        watcher = state().watcher;
+    }
+    if (watcher) watcher(std::string(static_cast<const char*>(data), size));
 }
 
 // Forgets |fd|; returns the session when a declared driver answers what was written to it.
@@ -315,9 +330,17 @@ void setSleepNotifier(std::function<void(double, bool)> notifier) {
     state().notifier = std::move(notifier);
 }
 
+void watchWrites(int fd, std::function<void(const std::string&)> watcher) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().watcher = std::move(watcher);
+    gWatchedFd = state().watcher ? fd : -1;
+}
+
 void reset() {
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
+    s.watcher = nullptr;
+    gWatchedFd = -1;
     s.journal.clear();
     s.denied.clear();
     s.drivers.clear();
@@ -474,7 +497,10 @@ int close(int fd) {
 ssize_t write(int fd, const void* buf, size_t count) {
     static auto fn = real<ssize_t (*)(int, const void*, size_t)>("write");
     ssize_t ret = fn(fd, buf, count);
-    if (ret > 0) journal(fd, buf, static_cast<size_t>(ret));
+    if (ret > 0) {
+        journal(fd, buf, static_cast<size_t>(ret));
+        tellWatcher(fd, buf, static_cast<size_t>(ret));
+    }
     return ret;
 }
 
@@ -482,11 +508,14 @@ ssize_t writev(int fd, const struct iovec* iov, int iovcnt) {
     static auto fn = real<ssize_t (*)(int, const struct iovec*, int)>("writev");
     ssize_t ret = fn(fd, iov, iovcnt);
     size_t left = ret > 0 ? static_cast<size_t>(ret) : 0;
+    std::string watched;
     for (int i = 0; i < iovcnt && left > 0; ++i) {
         size_t n = std::min(left, iov[i].iov_len);
         journal(fd, iov[i].iov_base, n);
+        if (fd == gWatchedFd.load()) watched.append(static_cast<const char*>(iov[i].iov_base), n);
         left -= n;
     }
+    tellWatcher(fd, watched.data(), watched.size());
     return ret;
 }
 

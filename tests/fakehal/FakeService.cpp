@@ -10,9 +10,12 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "DebugReport.h"
+
 namespace fake {
 
 using ::android::sp;
+using ::android::hardware::hidl_handle;
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
@@ -80,6 +83,13 @@ class Root : public ITevVendorService {
     }
     Return<void> setVendorFileValue(const hidl_string&, const hidl_string&,
                                     setVendorFileValue_cb) override {
+        return Void();
+    }
+
+    // The service's own report, over this root's one area.
+    Return<void> debug(const hidl_handle& handle, const hidl_vec<hidl_string>& options) override {
+        ::vendor::quoril::hardware::tevvendorservice::implementation::writeDebugReport(
+                *this, handle, options);
         return Void();
     }
 

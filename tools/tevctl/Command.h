@@ -45,6 +45,12 @@ std::string unavailable(const Area& area);
 int commandList(Session& session, const Options& o);
 // report: every reading operation without arguments, of every area, on the profile |device|.
 int commandReport(Session& session, const Options& o, const std::string& device);
+// debug: the root's debug call with |options|, its output as the service writes it (what lshal
+// debug prints on the handset).
+int commandDebug(Session& session, const Options& o, const std::vector<std::string>& options);
+// diff: the reports of the profiles |a| and |b| (each in a process of its own), and only the
+// operations whose answers differ; 0 when none does, 1 when some do.
+int commandDiff(const Options& o, const std::string& a, const std::string& b);
 
 // A bad run step: "FILE:LINE: what", and the exit status it gives.
 class StepError {

@@ -26,6 +26,9 @@ Options may also stand after the command or among its arguments; -- ends them.
 Commands:
   list                     the areas and every operation with its argument and result types
   report                   every reading operation without arguments, of every area
+  debug [OPTION...]        the root's debug call with OPTIONs, as lshal debug makes it
+  diff A B                 the reports of profiles A and B: only the operations that differ
+                           (exit status 0 equal, 1 different)
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
@@ -64,11 +67,12 @@ int run(int argc, char** argv) {
     Options o;
     bool deviceGiven = false;
     // Options may stand anywhere on the line; "--" ends them, so that a word after it that starts
-    // with "--" is an argument.
+    // with "--" is an argument. Every word after "debug" is the service's, as lshal passes it.
     std::vector<std::string> words;
     bool optionsEnded = false;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
+        if (!words.empty() && words[0] == "debug") optionsEnded = true;
         if (optionsEnded || (arg.rfind("--", 0) != 0 && arg != "-h")) {
             words.push_back(arg);
         } else if (arg == "--") {
@@ -108,6 +112,11 @@ int run(int argc, char** argv) {
         request = parseCall(rest);
     } else if (command == "list" || command == "report") {
         if (!rest.empty()) throw UsageError(command + " takes no arguments");
+    } else if (command == "debug") {
+        // Every word is the service's.
+    } else if (command == "diff") {
+        if (rest.size() != 2) throw UsageError("diff needs two profiles A B");
+        return commandDiff(o, rest[0], rest[1]);
     } else if (command == "run") {
         if (rest.size() > 1) throw UsageError("run takes at most one FILE");
     } else {
@@ -132,6 +141,8 @@ int run(int argc, char** argv) {
         status = commandList(session, o);
     } else if (command == "report") {
         status = commandReport(session, o, profile);
+    } else if (command == "debug") {
+        status = commandDebug(session, o, rest);
     } else if (command == "call") {
         CallRecord r = session.call(*request.area, *request.op, request.args);
         if (!r.available) {

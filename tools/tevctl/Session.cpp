@@ -1,8 +1,10 @@
 #include "Session.h"
 
+#include <cutils/native_handle.h>
 #include <tevhost/Services.h>
 
 #include <cxxabi.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@ namespace tevctl {
 namespace {
 
 using namespace tevhost;
+using ::android::hardware::hidl_handle;
 
 // The call in flight, reached from the sleep notifier and the termination handlers.
 struct InFlight {
@@ -131,6 +134,44 @@ CallRecord Session::call(const Area& area, const Operation& op, const Args& args
     gFlight.record = nullptr;
     collect(record);
     return record;
+}
+
+bool Session::debug(const std::vector<std::string>& options,
+                    const std::function<void(const std::string&, const CallRecord&)>& written) {
+    CallRecord since;
+    auto restart = [this, &since] {
+        since = CallRecord();
+        since.area = mExpectedArea;
+        since.op = mExpectedOp;
+        gFlight.firstWrite = sandbox::writes().size();
+        gFlight.firstLog = log::lines().size();
+    };
+    restart();
+    gFlight.record = &since;
+    const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    sandbox::watchWrites(fd, [&](const std::string& bytes) {
+        collect(since);
+        written(bytes, since);
+        restart();
+    });
+    native_handle_t* nativeHandle = native_handle_create(1, 0);
+    nativeHandle->data[0] = fd;
+    hidl_handle handle;
+    handle.setTo(nativeHandle, true /* shouldOwn */);
+    const bool ok =
+            mRoot->debug(handle, hidl_vec<hidl_string>(options.begin(), options.end())).isOk();
+    sandbox::watchWrites(-1, nullptr);
+    gFlight.record = nullptr;
+    return ok;
+}
+
+void Session::expect(const Area& area, const Operation& op) {
+    mExpectedArea = &area;
+    mExpectedOp = &op;
+    if (gFlight.record != nullptr) {
+        gFlight.record->area = &area;
+        gFlight.record->op = &op;
+    }
 }
 
 void Session::onTermination(std::function<void(const CallRecord&)> print) {

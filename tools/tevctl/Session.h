@@ -42,6 +42,15 @@ class Session {
 
     CallRecord call(const Area& area, const Operation& op, const Args& args);
 
+    // The root's debug call, as lshal debug makes it, with |options|. Each write of the report
+    // reaches |written| as the service makes it, with what happened since the previous write (log
+    // lines, node writes, sleeps): what the call whose row it is did. False if the call failed.
+    bool debug(const std::vector<std::string>& options,
+               const std::function<void(const std::string& bytes, const CallRecord& since)>& written);
+    // Names the call the debug report makes next: a process end or a real sleep during it is
+    // told as that call's.
+    void expect(const Area& area, const Operation& op);
+
     // Called with what the call in flight had done when the process ends during it; the
     // callee prints it. The process then exits with status 134.
     void onTermination(std::function<void(const CallRecord&)> print);
@@ -50,6 +59,8 @@ class Session {
 
   private:
     sp<ITevVendorService> mRoot;
+    const Area* mExpectedArea = nullptr;
+    const Operation* mExpectedOp = nullptr;
 };
 
 }  // namespace tevctl

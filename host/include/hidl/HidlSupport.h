@@ -140,17 +140,63 @@ class hidl_array {
     std::array<T, N> mItems;
 };
 
-// A native handle passed by reference; the host never transfers descriptors across processes.
+// A native handle. As on the device, a copy clones the handle (every descriptor dup()ed) and owns
+// the clone, and a handle that is owned is closed and freed with its hidl_handle. The host never
+// sends one to another process.
 class hidl_handle {
   public:
     hidl_handle() = default;
     hidl_handle(const native_handle_t* handle) : mHandle(handle) {}
+    hidl_handle(const hidl_handle& other) { *this = other; }
+    hidl_handle(hidl_handle&& other) noexcept { *this = std::move(other); }
+    ~hidl_handle() { freeHandle(); }
+
+    hidl_handle& operator=(const hidl_handle& other) {
+        if (this != &other) {
+            freeHandle();
+            if (other.mHandle != nullptr) {
+                mHandle = native_handle_clone(other.mHandle);
+                mOwnsHandle = true;
+            }
+        }
+        return *this;
+    }
+    hidl_handle& operator=(hidl_handle&& other) noexcept {
+        if (this != &other) {
+            freeHandle();
+            std::swap(mHandle, other.mHandle);
+            std::swap(mOwnsHandle, other.mOwnsHandle);
+        }
+        return *this;
+    }
+    hidl_handle& operator=(const native_handle_t* handle) {
+        freeHandle();
+        mHandle = handle;
+        return *this;
+    }
+    void setTo(native_handle_t* handle, bool shouldOwn = false) {
+        freeHandle();
+        mHandle = handle;
+        mOwnsHandle = shouldOwn;
+    }
+
     const native_handle_t* getNativeHandle() const { return mHandle; }
     operator const native_handle_t*() const { return mHandle; }
     const native_handle_t* operator->() const { return mHandle; }
 
   private:
+    void freeHandle() {
+        if (mOwnsHandle && mHandle != nullptr) {
+            native_handle_t* handle = const_cast<native_handle_t*>(mHandle);
+            native_handle_close(handle);
+            native_handle_delete(handle);
+        }
+        mHandle = nullptr;
+        mOwnsHandle = false;
+    }
+
     const native_handle_t* mHandle = nullptr;
+    bool mOwnsHandle = false;
 };
 
 struct hidl_death_recipient : virtual public RefBase {

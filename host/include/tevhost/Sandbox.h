@@ -47,7 +47,13 @@ void setSleepHook(std::function<void(double seconds)> hook);
 // progress or records the sleeps of a real-time run through it.
 void setSleepNotifier(std::function<void(double seconds, bool real)> notifier);
 
-// Forgets journal, drivers, denials, sleeps, hook and notifier; keeps the root and the clock mode.
+// Hands |watcher| the bytes of every write (or writev) to |fd| that reached it, on the writer's
+// thread, once the write is done: a tool reads a report call by call through it. A null watcher
+// stops watching.
+void watchWrites(int fd, std::function<void(const std::string& bytes)> watcher);
+
+// Forgets journal, drivers, denials, sleeps, hook, notifier and watcher; keeps the root and the
+// clock mode.
 void reset();
 
 }  // namespace sandbox

@@ -1,0 +1,249 @@
+// lshal debug on the root: the report tevctl prints, byte for byte, through the descriptor it is
+// handed and nothing else; what it does with bad handles, unknown options and missing areas.
+#include <cutils/native_handle.h>
+#include <fcntl.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <tevcatalog/Values.h>
+#include <tevhost/FakeSensorService.h>
+#include <tevhost/Profile.h>
+#include <tevhost/SensorCal.h>
+#include <tevhost/Services.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <regex>
+#include <set>
+
+#include "HandsetTest.h"
+#include "TevVendorService.h"
+
+namespace tevhost {
+namespace {
+
+using ::android::sp;
+using ::android::hardware::hidl_handle;
+using ::android::hardware::hidl_string;
+using ::android::hardware::hidl_vec;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::vendor::quoril::hardware::tevvendorservice::V1_0::IAudioCheckService;
+using ::vendor::quoril::hardware::tevvendorservice::V1_0::INfcCheckService;
+using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
+using Root = ::vendor::quoril::hardware::tevvendorservice::implementation::TevVendorService;
+
+constexpr const char* kTag = "TevVendorService-debug";
+
+// What a command printed on standard output, and its exit status.
+std::pair<std::string, int> run(const std::string& command) {
+    std::string out;
+    FILE* pipe = popen(command.c_str(), "r");
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof(buffer), pipe)) > 0;) out.append(buffer, n);
+    const int status = pclose(pipe);
+    return {out, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+}
+
+// The profile path tevctl puts first into its JSON report; the service cannot know it.
+std::string withoutDevice(const std::string& json) {
+    return std::regex_replace(json, std::regex(R"(^\{"device":"[^"]*",)"), "{");
+}
+
+struct Profile {
+    const char* name;
+    bool json;
+};
+
+void PrintTo(const Profile& p, std::ostream* os) {
+    *os << p.name << (p.json ? " --json" : "");
+}
+
+class DebugReportProfileTest : public ::testing::TestWithParam<Profile> {};
+
+TEST_P(DebugReportProfileTest, IsTheReportTevctlPrints) {
+    const Profile& p = GetParam();
+    const std::string tevctl = std::string(TEVCTL_PATH) + " --device " + p.name;
+    const std::string json = p.json ? " --json" : "";
+    auto [report, reportStatus] = run(tevctl + json + " report");
+    auto [debug, debugStatus] = run(tevctl + " debug" + json);
+    ASSERT_EQ(reportStatus, 0);
+    ASSERT_EQ(debugStatus, 0);
+    EXPECT_EQ(debug, p.json ? withoutDevice(report) : report);
+    // An unknown option is named first; the report follows unchanged.
+    auto [withUnknown, status] = run(tevctl + " debug" + json + " --verbose");
+    EXPECT_EQ(withUnknown, "ignoring unknown option \"--verbose\"\n" + debug);
+    // The rows are the catalogue's reading operations without arguments, in its order: tevctl
+    // reads the report by them.
+    auto [list, listStatus] = run(std::string(TEVCTL_PATH) + " --json list");
+    const auto catalogue = nlohmann::json::parse(list);
+    std::string expected;
+    for (const auto& area : catalogue["areas"]) {
+        if (area["area"] == "root") continue;
+        for (const auto& op : area["operations"]) {
+            if (op["reads"] && op["args"].empty()) {
+                expected +=
+                        area["area"].get<std::string>() + " " + op["op"].get<std::string>() + "\n";
+            }
+        }
+    }
+    std::string rows;
+    const std::regex call(R"re("area":"(\w+)","op":"(\w+)")re");
+    for (auto it = std::sregex_iterator(debug.begin(), debug.end(), call);
+         it != std::sregex_iterator(); ++it) {
+        rows += (*it)[1].str() + " " + (*it)[2].str() + "\n";
+    }
+    if (p.json) {
+        EXPECT_EQ(rows, expected);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(BundledProfiles, DebugReportProfileTest,
+                         ::testing::Values(Profile{"qab", false}, Profile{"qab", true},
+                                           Profile{"marskol", false}, Profile{"marskol", true},
+                                           Profile{"lumbret", false}, Profile{"lumbret", true}),
+                         [](const auto& info) {
+                             return std::string(info.param.name) +
+                                    (info.param.json ? "Json" : "Text");
+                         });
+
+// On the bundled qab handset, where every reading operation answers without ending the process.
+class DebugReportTest : public HandsetTest {
+  protected:
+    void SetUp() override {
+        HandsetTest::SetUp();
+        std::string error;
+        ASSERT_TRUE(mDevice.open(tevhost::profile::resolve("qab"), false, &error)) << error;
+    }
+    void TearDown() override {
+        mDevice.close();
+        HandsetTest::TearDown();
+    }
+
+    // Calls debug on |root| with a descriptor to a fresh file and returns what was written to it.
+    std::string debug(const sp<ITevVendorService>& service, const hidl_vec<hidl_string>& options) {
+        FILE* file = tmpfile();
+        native_handle_t* handle = native_handle_create(1, 0);
+        handle->data[0] = fileno(file);
+        EXPECT_TRUE(service->debug(hidl_handle(handle), options).isOk());
+        native_handle_delete(handle);
+        std::string out;
+        rewind(file);
+        char buffer[4096];
+        for (size_t n; (n = fread(buffer, 1, sizeof(buffer), file)) > 0;) out.append(buffer, n);
+        fclose(file);
+        return out;
+    }
+    std::string debug(const hidl_vec<hidl_string>& options = {}) { return debug(root(), options); }
+
+  private:
+    tevhost::profile::Profile mDevice;
+};
+
+TEST_F(DebugReportTest, NothingToWriteToEndsTheCallWithOneErrorLine) {
+    const int readOnly = open("/dev/null", O_RDONLY);
+    native_handle_t* noDescriptor = native_handle_create(0, 1);
+    native_handle_t* refusing = native_handle_create(1, 0);
+    refusing->data[0] = readOnly;
+    const struct {
+        const native_handle_t* handle;
+        const char* logged;
+    } cases[] = {
+            {nullptr, "debug: the handle holds no file descriptor"},
+            {noDescriptor, "debug: the handle holds no file descriptor"},
+            {refusing, "debug: the report cannot be written: Bad file descriptor"},
+    };
+    for (const auto& c : cases) {
+        log::clear();
+        EXPECT_TRUE(root()->debug(hidl_handle(c.handle), {"--json"}).isOk());
+        // No operation ran: nothing else logged.
+        EXPECT_THAT(logLines(), ElementsAre(LogLine(ANDROID_LOG_ERROR, kTag, c.logged)));
+    }
+    native_handle_delete(noDescriptor);
+    native_handle_delete(refusing);
+    close(readOnly);
+}
+
+TEST_F(DebugReportTest, AreasTheRootDoesNotHandOutAreReportedSo) {
+    // A root without an NFC area (which has reading operations) and without an audio area (which
+    // has none).
+    struct PartialRoot : Root {
+        ::android::hardware::Return<sp<INfcCheckService>> getExtensionNfcCheckService() override {
+            return sp<INfcCheckService>();
+        }
+        ::android::hardware::Return<sp<IAudioCheckService>> getExtensionAudioCheckService() override {
+            return sp<IAudioCheckService>();
+        }
+    };
+    const struct {
+        const char* option;
+        std::vector<std::string> fragments;
+    } cases[] = {
+            {"",
+             {"\nnfc        -                                (not available)\n",
+              "\naudio      -                                (not available)\n"}},
+            {"--json",
+             {R"({"area":"nfc","interface":"INfcCheckService","calls":[],"available":false})",
+              R"({"area":"audio","interface":"IAudioCheckService","calls":[],"available":false})"}},
+    };
+    for (const auto& c : cases) {
+        const std::string out = debug(new PartialRoot(), {c.option});
+        for (const std::string& fragment : c.fragments) EXPECT_THAT(out, HasSubstr(fragment));
+        EXPECT_THAT(out, Not(HasSubstr("getNfcChipModule")));
+        EXPECT_THAT(out, HasSubstr("isUltrasoundSensor"));
+    }
+}
+
+TEST_F(DebugReportTest, AnswersAreEscapedAsTevctlEscapesThem) {
+    const struct {
+        std::string value;
+        const char* json;
+    } cases[] = {
+            {R"(q"b\s)", R"("q\"b\\s")"},
+            {"\n\t\r\x01\x7f", R"("\u000a\u0009\u000d\u0001\u007f")"},
+            {"caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80",
+             "\"caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80\""},
+            {"\xff\xc3", R"("\u00ff\u00c3")"},  // invalid byte, cut sequence
+            {"\xc0\xaf\xe0\x80\xaf", R"("\u00c0\u00af\u00e0\u0080\u00af")"},  // overlong
+            {"\xed\xa0\x80", R"("\u00ed\u00a0\u0080")"},                      // surrogate
+            {"\xf4\x90\x80\x80", R"("\u00f4\u0090\u0080\u0080")"},            // past U+10FFFF
+    };
+    const std::regex row(R"((^|\n)version +getFSN +([^\n]*)\n)");
+    const std::regex call(R"("op":"getFSN","args":\[\],"callbacks":\[(.*?)\],"writes")");
+    for (const auto& c : cases) {
+        prop("ro.ril.oem.sno", c.value);
+        tevcatalog::Value value(tevcatalog::Type::kString);
+        value.text = c.value;
+        std::smatch match;
+        const std::string text = debug();
+        ASSERT_TRUE(std::regex_search(text, match, row)) << text;
+        EXPECT_EQ(match[2], tevcatalog::textValue(value));
+        const std::string json = debug({"--json"});
+        ASSERT_TRUE(std::regex_search(json, match, call)) << json;
+        EXPECT_EQ(match[1], c.json);
+    }
+}
+
+TEST_F(DebugReportTest, OnlyReads) {
+    sp<FakeSensorService> hall = static_cast<FakeSensorService*>(
+            registeredService(FakeSensorService::descriptor, "default").get());
+    ASSERT_NE(hall, nullptr);
+    sensorcal::reset();
+    debug();
+    debug({"--json"});
+    EXPECT_THAT(writes(), IsEmpty());
+    EXPECT_THAT(sleeps(), IsEmpty());
+    const std::set<std::string> reading = {"isOrientsensor",     "isHallTestFullScreen",
+                                           "getHallPosition",    "getSarSensorMode",
+                                           "getSarSensorNumber", "isUltrasoundSensor"};
+    for (const std::string& call : sensorcal::calls()) {
+        EXPECT_EQ(reading.count(call.substr(0, call.find('('))), 1u) << call;
+    }
+    for (int op = 0; op < FakeSensorService::kOperations; ++op) {
+        EXPECT_EQ(hall->calls(static_cast<FakeSensorService::Operation>(op)), 0) << op;
+    }
+}
+
+}  // namespace
+}  // namespace tevhost

@@ -1,0 +1,165 @@
+// diff: the report of two device profiles, and only the operations whose answers differ.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "Command.h"
+#include "Json.h"
+
+namespace tevctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// One row of a text report: the area, the operation ("-" for the area itself) and the answer.
+struct Row {
+    std::string area;
+    std::string op;
+    std::string answer;
+};
+
+// What this tool prints for |args| (stdout), and its exit status.
+std::pair<std::string, int> runSelf(const std::vector<std::string>& args) {
+    int fds[2];
+    if (pipe(fds) != 0) return {"", 1};
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(fds[1], STDOUT_FILENO);
+        close(fds[0]);
+        close(fds[1]);
+        std::vector<char*> argv;
+        static char self[] = "tevctl";
+        argv.push_back(self);
+        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        execv("/proc/self/exe", argv.data());
+        _exit(127);
+    }
+    close(fds[1]);
+    std::string out;
+    char buffer[4096];
+    for (ssize_t n; (n = read(fds[0], buffer, sizeof(buffer))) > 0;) out.append(buffer, n);
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {out, WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)};
+}
+
+// The rows of a text report, its header left out. The columns are as wide as the header says.
+std::vector<Row> rows(const std::string& report) {
+    std::vector<Row> result;
+    std::istringstream in(report);
+    std::string line;
+    std::getline(in, line);
+    const size_t opAt = line.find("OPERATION");
+    const size_t answerAt = line.find("ANSWER");
+    if (opAt == std::string::npos || answerAt == std::string::npos) return result;
+    auto trimmed = [](std::string s) { return s.erase(s.find_last_not_of(' ') + 1); };
+    while (std::getline(in, line)) {
+        if (line.rfind("    ", 0) == 0 || line.size() < answerAt) continue;  // effects
+        result.push_back({trimmed(line.substr(0, opAt)),
+                          trimmed(line.substr(opAt, answerAt - opAt)), line.substr(answerAt)});
+    }
+    return result;
+}
+
+// The call objects of a JSON report by "AREA OP", and each area by "AREA -".
+std::map<std::string, Json> answers(const std::string& report) {
+    std::map<std::string, Json> byKey;
+    const Json json = Json::parse(report, nullptr, false);
+    if (json.is_discarded()) return byKey;
+    for (const Json& area : json["areas"]) {
+        byKey[area["area"].get<std::string>() + " -"] = Json{{"available", area["available"]}};
+        for (const Json& call : area["calls"]) {
+            Json answer = Json::object();
+            if (call.contains("return")) answer["return"] = call["return"];
+            answer["callbacks"] = call["callbacks"];
+            byKey[area["area"].get<std::string>() + " " + call["op"].get<std::string>()] = answer;
+        }
+    }
+    return byKey;
+}
+
+}  // namespace
+
+int commandDiff(const Options& o, const std::string& a, const std::string& b) {
+    const std::string profiles[] = {a, b};
+    std::vector<Row> texts[2];
+    std::map<std::string, Json> data[2];
+    for (int side = 0; side < 2; ++side) {
+        auto [text, status] = runSelf({"--device", profiles[side], "report"});
+        if (status != 0) return status;
+        texts[side] = rows(text);
+        if (o.json) {
+            auto [json, jsonStatus] = runSelf({"--device", profiles[side], "--json", "report"});
+            if (jsonStatus != 0) return jsonStatus;
+            data[side] = answers(json);
+        }
+    }
+    // Area by area, in report order, the rows of either side; a row one side lacks (its area is
+    // not available there) is missing on that side.
+    std::vector<std::string> keys;
+    std::map<std::string, std::string> answer[2];
+    for (const Area* area : allAreas()) {
+        for (int side = 0; side < 2; ++side) {
+            for (const Row& r : texts[side]) {
+                if (r.area != area->name) continue;
+                const std::string key = r.area + " " + r.op;
+                if (answer[0].count(key) + answer[1].count(key) == 0) keys.push_back(key);
+                answer[side][key] = r.answer;
+            }
+        }
+    }
+    std::vector<std::string> differing;
+    for (const std::string& key : keys) {
+        if (answer[0].count(key) != answer[1].count(key) || answer[0][key] != answer[1][key]) {
+            differing.push_back(key);
+        }
+    }
+    if (o.json) {
+        Json out = {{"a", tevhost::profile::resolve(a)},
+                    {"b", tevhost::profile::resolve(b)},
+                    {"differences", Json::array()}};
+        for (const std::string& key : differing) {
+            const size_t blank = key.find(' ');
+            Json entry = {{"area", key.substr(0, blank)}, {"op", key.substr(blank + 1)}};
+            for (int side = 0; side < 2; ++side) {
+                auto it = data[side].find(key);
+                entry[side == 0 ? "a" : "b"] = it == data[side].end() ? Json() : it->second;
+            }
+            out["differences"].push_back(entry);
+        }
+        printf("%s\n", json::write(out).c_str());
+    } else if (!differing.empty()) {
+        size_t widths[] = {strlen("AREA"), strlen("OPERATION"), a.size()};
+        for (const std::string& key : differing) {
+            const size_t blank = key.find(' ');
+            widths[0] = std::max(widths[0], blank);
+            widths[1] = std::max(widths[1], key.size() - blank - 1);
+            widths[2] = std::max(widths[2], answer[0].count(key) ? answer[0][key].size() : 1);
+        }
+        auto row = [&widths](const std::string& area, const std::string& op, const std::string& x,
+                             const std::string& y) {
+            printf("%-*s  %-*s  %-*s  %s\n", static_cast<int>(widths[0]), area.c_str(),
+                   static_cast<int>(widths[1]), op.c_str(), static_cast<int>(widths[2]), x.c_str(),
+                   y.c_str());
+        };
+        row("AREA", "OPERATION", a, b);
+        for (const std::string& key : differing) {
+            const size_t blank = key.find(' ');
+            row(key.substr(0, blank), key.substr(blank + 1),
+                answer[0].count(key) ? answer[0][key] : "-",
+                answer[1].count(key) ? answer[1][key] : "-");
+        }
+    }
+    return differing.empty() ? 0 : 1;
+}
+
+}  // namespace tevctl
