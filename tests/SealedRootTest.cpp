@@ -420,24 +420,25 @@ TEST_F(SealedRootTest, TheLedReadsBackWhatWasLastWritten) {
 }
 
 // Descriptors are forgotten before they are closed: a number another thread gets right after the
-// close must keep its own session. Two threads write their own nodes; every write is journaled.
+// close must keep its own session. Threads write their own nodes; every write is journaled.
 TEST_F(SealedRootTest, ClosingDoesNotLoseAnotherThreadsSession) {
-    constexpr int kRounds = 2000;
-    put("/sys/a", "");
-    put("/sys/b", "");
-    auto writer = [](const char* path) {
-        for (int i = 0; i < kRounds; ++i) {
-            int fd = open(path, O_WRONLY);
-            if (write(fd, "1", 1) != 1) return;
-            close(fd);
-        }
-    };
-    std::thread a(writer, "/sys/a");
-    std::thread b(writer, "/sys/b");
-    a.join();
-    b.join();
-    EXPECT_EQ(writesTo("/sys/a").size(), static_cast<size_t>(kRounds));
-    EXPECT_EQ(writesTo("/sys/b").size(), static_cast<size_t>(kRounds));
+    constexpr int kRounds = 5000;
+    const std::string nodes[] = {"/sys/a", "/sys/b", "/sys/c", "/sys/d"};
+    for (const auto& node : nodes) put(node, "");
+    std::vector<std::thread> threads;
+    for (const auto& node : nodes) {
+        threads.emplace_back([&node] {
+            for (int i = 0; i < kRounds; ++i) {
+                int fd = open(node.c_str(), O_WRONLY);
+                if (write(fd, "1", 1) != 1) return;
+                close(fd);
+            }
+        });
+    }
+    for (auto& t : threads) t.join();
+    for (const auto& node : nodes) {
+        EXPECT_EQ(writesTo(node).size(), static_cast<size_t>(kRounds)) << node;
+    }
 }
 
 TEST_F(SealedRootTest, TheJournalCanBeDrained) {
