@@ -441,6 +441,55 @@ TEST_F(SealedRootTest, ClosingDoesNotLoseAnotherThreadsSession) {
     }
 }
 
+// What run steps do to the node tree: inside the root or refused, whatever the path says.
+TEST_F(SealedRootTest, NodeEditsStayInTheRoot) {
+    fs::create_directories(mDevice + "/sys/ro/inner");
+    put("/sys/ro/inner/x", "1");
+    fs::permissions(mDevice + "/sys/ro/inner", fs::perms::owner_read | fs::perms::owner_exec);
+    const std::string notDevice = " is not a device path (/sys, /proc or /d)";
+    const struct {
+        bool write;  // writeNode, else removeNode
+        const char* path;
+        const char* error;  // empty: done
+        const char* node;   // what the (normalized) node holds afterwards
+    } cases[] = {
+            {true, "/sys/new/deep/x", "", "/sys/new/deep/x=7"},
+            {true, "sys/../sys/rel", "", "/sys/rel=7"},
+            {true, "/sys/inside", "", "/sys/class/leds/red/brightness=7"},
+            {true, "/sys/../../decoy/secret", "'/sys/../../decoy/secret'", ""},
+            {true, "/proc/self/status", "'/proc/self/status'", ""},
+            {true, "/sys/abs", "cannot write /sys/abs", ""},
+            {true, "/sys/up", "cannot write /sys/up", ""},
+            {true, "/sys/dirlink/new", "cannot write /sys/dirlink/new", ""},
+            {true, "/sys/fifo", "cannot write /sys/fifo", ""},
+            {false, "/sys/../..", "'/sys/../..'", ""},
+            {false, "/d/../..", "'/d/../..'", ""},
+            {false, "/sys/dirlink", "", "/sys/dirlink=<absent>"},  // the link, not what it names
+            {false, "/sys/up", "", "/sys/up=<absent>"},
+            {false, "/sys/absent/node", "", "/sys/absent/node=<absent>"},
+            {false, "/sys/ro", "", "/sys/ro/inner/x=<absent>"},  // a folder without write permission
+            {false, "/sys/class", "", "/sys/class/leds/red/brightness=<absent>"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path);
+        std::string error;
+        bool done = c.write ? sandbox::writeNode(c.path, "7", &error)
+                            : sandbox::removeNode(c.path, &error);
+        EXPECT_EQ(done, *c.error == '\0');
+        if (*c.error == '\'') {
+            EXPECT_EQ(error, c.error + notDevice);
+        } else {
+            EXPECT_EQ(error, c.error);
+        }
+        if (*c.node) {
+            std::string node = c.node;
+            EXPECT_EQ(node.substr(0, node.find('=')) + "=" + held(node.substr(0, node.find('='))),
+                      node);
+        }
+        EXPECT_EQ(decoyTree(), mDecoyBefore);
+    }
+}
+
 TEST_F(SealedRootTest, TheJournalCanBeDrained) {
     put("/sys/a", "");
     tryOpen("/sys/a", O_WRONLY, "1");

@@ -5,6 +5,7 @@
 // Interposed definitions must not meet glibc's fortified inline wrappers.
 #undef _FORTIFY_SOURCE
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/openat2.h>
@@ -413,6 +414,63 @@ int pathFd(const Mapped& m, bool follow) {
     return resolveOpen(m, O_PATH | O_CLOEXEC | (follow ? 0 : O_NOFOLLOW), 0);
 }
 
+// A descriptor of |devicePath| ("/sys/...", no "." or ".." left) opened in the root.
+int openInRoot(const std::string& devicePath, int flags, mode_t mode = 0) {
+    Mapped m;
+    m.where = Where::kRoot;
+    m.resolve = devicePath;
+    return resolveOpen(m, flags | O_CLOEXEC, mode);
+}
+
+// Makes every folder of |folder| (a device path) that is missing, resolving each in the root.
+bool makeFolders(const std::string& folder) {
+    if (folder.empty()) return true;
+    size_t end = 0;
+    while (end != std::string::npos) {
+        end = folder.find('/', end + 1);
+        std::string prefix = folder.substr(0, end);
+        int fd = openInRoot(prefix, O_PATH | O_DIRECTORY);
+        if (fd < 0 && errno == ENOENT) {
+            size_t slash = prefix.rfind('/');
+            int parent =
+                    openInRoot(slash == 0 ? "/" : prefix.substr(0, slash), O_PATH | O_DIRECTORY);
+            if (parent < 0) return false;
+            int made = mkdirat(parent, prefix.c_str() + slash + 1, 0755);
+            realClose(parent);
+            if (made != 0 && errno != EEXIST) return false;
+            fd = openInRoot(prefix, O_PATH | O_DIRECTORY);
+        }
+        if (fd < 0) return false;
+        realClose(fd);
+    }
+    return true;
+}
+
+// Removes |name| in the folder |parent| and, if it is a folder, all it holds, never following a
+// link; folders that took away their own write permission are given it back first.
+bool removeAt(int parent, const char* name) {
+    static auto realOpenat = real<int (*)(int, const char*, int, ...)>("openat");
+    if (unlinkat(parent, name, 0) == 0 || errno == ENOENT) return true;
+    if (errno != EISDIR && errno != EPERM) return false;
+    int dir = realOpenat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (dir < 0) return false;
+    struct stat st;
+    if (fstat(dir, &st) == 0 && !(st.st_mode & S_IWUSR)) fchmod(dir, st.st_mode | S_IRWXU);
+    DIR* entries = fdopendir(dir);
+    if (entries == nullptr) {
+        realClose(dir);
+        return false;
+    }
+    bool ok = true;
+    while (struct dirent* e = readdir(entries)) {
+        if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) {
+            ok = removeAt(dirfd(entries), e->d_name) && ok;
+        }
+    }
+    closedir(entries);
+    return ok && unlinkat(parent, name, AT_REMOVEDIR) == 0;
+}
+
 }  // namespace
 
 ServiceScope::ServiceScope() {
@@ -463,6 +521,45 @@ std::string devicePath(const std::string& path) {
     if (path.empty()) return "";
     std::string device = normalize("", path.c_str());
     return isNodeTree(treeOf(device.c_str() + 1)) ? device : std::string();
+}
+
+bool writeNode(const std::string& path, const std::string& content, std::string* error) {
+    std::string device = devicePath(path);
+    if (device.empty()) {
+        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        return false;
+    }
+    size_t slash = device.rfind('/');
+    int fd = -1;
+    if (makeFolders(device.substr(0, slash))) {
+        fd = openInRoot(device, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY, 0644);
+    }
+    struct stat st;
+    bool ok = fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    for (size_t done = 0; ok && done < content.size();) {
+        ssize_t n =
+                pwrite(fd, content.data() + done, content.size() - done, static_cast<off_t>(done));
+        ok = n > 0;
+        done += ok ? static_cast<size_t>(n) : 0;
+    }
+    if (fd >= 0) realClose(fd);
+    if (!ok) *error = "cannot write " + device;
+    return ok;
+}
+
+bool removeNode(const std::string& path, std::string* error) {
+    std::string device = devicePath(path);
+    if (device.empty()) {
+        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+        return false;
+    }
+    size_t slash = device.rfind('/');
+    int parent = openInRoot(slash == 0 ? "/" : device.substr(0, slash), O_PATH | O_DIRECTORY);
+    if (parent < 0 && errno == ENOENT) return true;  // nothing there to remove
+    bool ok = parent >= 0 && removeAt(parent, device.c_str() + slash + 1);
+    if (parent >= 0) realClose(parent);
+    if (!ok) *error = "cannot remove " + device;
+    return ok;
 }
 
 std::vector<Write> writes() {

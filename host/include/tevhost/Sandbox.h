@@ -55,6 +55,14 @@ std::string hostPath(const std::string& path);
 // /proc or /d (or is the process's own /proc entry).
 std::string devicePath(const std::string& path);
 
+// Run-script edits of the node tree: |path| is a node path ("." and ".." taken; one that leaves
+// /sys, /proc and /d is refused, "/sys/../etc" among them), resolved in the root as the service's
+// paths are. writeNode makes the missing folders and replaces the node's content; removeNode
+// removes the node or folder and all it holds, never following a link out of it (a node that is
+// not there is removed already). False with |error| (one line) when refused or failed.
+bool writeNode(const std::string& path, const std::string& content, std::string* error);
+bool removeNode(const std::string& path, std::string* error);
+
 // Marks the current thread as being in the service for its lifetime (scopes nest).
 class ServiceScope {
   public:
