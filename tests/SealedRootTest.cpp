@@ -184,14 +184,18 @@ TEST_F(SealedRootTest, NoPathFormReachesTheDecoys) {
                 EXPECT_NE(tryOpen(path, O_WRONLY | O_CREAT | O_TRUNC), "written");
                 std::ofstream(path) << "X";
             }
-            if (std::string(e.read) != "EACCES") EXPECT_EQ(access(path.c_str(), F_OK) == 0, inside);
+            if (std::string(e.read) != "EACCES") {
+                EXPECT_EQ(access(path.c_str(), F_OK) == 0, inside);
+            }
             FILE* f = fopen(path.c_str(), "r");
             EXPECT_EQ(f == nullptr, !inside);
             if (f) fclose(f);
             std::ifstream in(path);
             EXPECT_NE(std::string(std::istreambuf_iterator<char>(in), {}), kSecret);
             struct stat st;
-            if (stat(path.c_str(), &st) == 0) EXPECT_NE(st.st_size, 6) << "stat saw the decoy";
+            if (stat(path.c_str(), &st) == 0) {
+                EXPECT_NE(st.st_size, 6) << "stat saw the decoy";
+            }
             EXPECT_EQ(decoyTree(), mDecoyBefore);
         }
     }
