@@ -5,6 +5,7 @@
 // root, TEMP/decoy the host files an escape would reach ("/sys/../../decoy/secret" joined as text
 // onto the root lands on TEMP/decoy/secret). Each escape attempt must leave the decoy tree as it
 // was and must not read it.
+#include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
@@ -187,6 +188,11 @@ TEST_F(SealedRootTest, NoPathFormReachesTheDecoys) {
             if (std::string(e.read) != "EACCES") {
                 EXPECT_EQ(access(path.c_str(), F_OK) == 0, inside);
             }
+            // The kernel's trees lose no nodes and take no folders; elsewhere there is nothing.
+            EXPECT_NE(unlink(path.c_str()), 0);
+            EXPECT_NE(rmdir(path.c_str()), 0);
+            EXPECT_NE(remove(path.c_str()), 0);
+            EXPECT_NE(mkdir((path + "/new").c_str(), 0755), 0);
             FILE* f = fopen(path.c_str(), "r");
             EXPECT_EQ(f == nullptr, !inside);
             if (f) fclose(f);
@@ -223,6 +229,13 @@ TEST_F(SealedRootTest, PassThroughsStayInTheHandset) {
     EXPECT_EQ(held("/data/note"), "7");
     ASSERT_EQ(writes().size(), 1u);
     EXPECT_EQ(writes()[0].path, "/data/note");
+    EXPECT_EQ(mkdir("/data/folder", 0755), 0);
+    {
+        sandbox::HostScope host;  // the test's own look at the root
+        EXPECT_TRUE(fs::is_directory(mDevice + "/data/folder"));
+    }
+    EXPECT_EQ(remove("/data/note"), 0);
+    EXPECT_EQ(held("/data/note"), kAbsent);
 }
 
 // Where each path lands, in the service and outside it.
@@ -283,6 +296,13 @@ TEST_F(SealedRootTest, FoldersOpenedInTheRootKeepRelativePathsThere) {
     EXPECT_EQ(fstatat(dir, "leds/red/brightness", &st, 0), 0);
     EXPECT_EQ(st.st_size, 3);
     close(dir);
+    EXPECT_EQ(opendir("/sys/dirlink"), nullptr);
+    DIR* listing = opendir("/sys/class");
+    ASSERT_NE(listing, nullptr);
+    std::vector<std::string> names;
+    while (struct dirent* e = readdir(listing)) names.push_back(e->d_name);
+    closedir(listing);
+    EXPECT_THAT(names, Contains("leds"));
     // In the service, a folder opened elsewhere is not a way out.
     int host = open(mDecoy.c_str(), O_RDONLY | O_DIRECTORY);
     ASSERT_GE(host, 0);

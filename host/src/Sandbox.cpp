@@ -435,7 +435,8 @@ bool makeFolders(const std::string& folder) {
             int parent =
                     openInRoot(slash == 0 ? "/" : prefix.substr(0, slash), O_PATH | O_DIRECTORY);
             if (parent < 0) return false;
-            int made = mkdirat(parent, prefix.c_str() + slash + 1, 0755);
+            static auto realMkdirat = real<int (*)(int, const char*, mode_t)>("mkdirat");
+            int made = realMkdirat(parent, prefix.c_str() + slash + 1, 0755);
             realClose(parent);
             if (made != 0 && errno != EEXIST) return false;
             fd = openInRoot(prefix, O_PATH | O_DIRECTORY);
@@ -450,6 +451,7 @@ bool makeFolders(const std::string& folder) {
 // link; folders that took away their own write permission are given it back first.
 bool removeAt(int parent, const char* name) {
     static auto realOpenat = real<int (*)(int, const char*, int, ...)>("openat");
+    static auto unlinkat = real<int (*)(int, const char*, int)>("unlinkat");
     if (unlinkat(parent, name, 0) == 0 || errno == ENOENT) return true;
     if (errno != EISDIR && errno != EPERM) return false;
     int dir = realOpenat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -733,6 +735,38 @@ FILE* fopenVia(FILE* (*fn)(const char*, const char*), const char* path, const ch
     return f;
 }
 
+// mkdir, unlink and rmdir and their *at forms: |op| runs on the folder that holds what |m| names
+// (resolved in the root) with its last name. The kernel's trees take no new folders and lose no
+// nodes.
+int changeMapped(const Mapped& m, const std::function<int(int, const char*)>& op) {
+    if (m.where == Where::kRefused) return failWith(EXDEV);
+    if (m.where == Where::kOwnProc || m.node) return failWith(EPERM);
+    if (m.devicePath == "/") return failWith(EBUSY);
+    size_t slash = m.devicePath.rfind('/');
+    int parent = openInRoot(slash == 0 ? "/" : m.devicePath.substr(0, slash), O_PATH | O_DIRECTORY);
+    if (parent < 0) return -1;
+    int ret = op(parent, m.devicePath.c_str() + slash + 1);
+    int error = errno;
+    realClose(parent);
+    errno = error;
+    return ret;
+}
+
+int unlinkVia(int dirfd, const char* path, int flags) {
+    static auto fn = real<int (*)(int, const char*, int)>("unlinkat");
+    Mapped m = map(dirfd, path);
+    if (m.where == Where::kHost) return fn(dirfd, path, flags);
+    return changeMapped(m,
+                        [flags](int parent, const char* name) { return fn(parent, name, flags); });
+}
+
+int mkdirVia(int dirfd, const char* path, mode_t mode) {
+    static auto fn = real<int (*)(int, const char*, mode_t)>("mkdirat");
+    Mapped m = map(dirfd, path);
+    if (m.where == Where::kHost) return fn(dirfd, path, mode);
+    return changeMapped(m, [mode](int parent, const char* name) { return fn(parent, name, mode); });
+}
+
 int accessVia(int dirfd, const char* path, int mode, int flags) {
     static auto fn = real<int (*)(int, const char*, int, int)>("faccessat");
     Mapped m = map(dirfd, path);
@@ -869,6 +903,52 @@ ssize_t writev(int fd, const struct iovec* iov, int iovcnt) {
     }
     if (node) endValueAtOffset(fd);
     return ret;
+}
+
+int unlink(const char* path) {
+    return unlinkVia(AT_FDCWD, path, 0);
+}
+
+int rmdir(const char* path) {
+    return unlinkVia(AT_FDCWD, path, AT_REMOVEDIR);
+}
+
+int unlinkat(int dirfd, const char* path, int flags) {
+    return unlinkVia(dirfd, path, flags);
+}
+
+int remove(const char* path) {
+    if (unlinkVia(AT_FDCWD, path, 0) == 0) return 0;
+    return errno == EISDIR ? unlinkVia(AT_FDCWD, path, AT_REMOVEDIR) : -1;
+}
+
+int mkdir(const char* path, mode_t mode) {
+    return mkdirVia(AT_FDCWD, path, mode);
+}
+
+int mkdirat(int dirfd, const char* path, mode_t mode) {
+    return mkdirVia(dirfd, path, mode);
+}
+
+DIR* opendir(const char* path) {
+    static auto fn = real<DIR* (*)(const char*)>("opendir");
+    Mapped m = map(AT_FDCWD, path);
+    if (m.where == Where::kHost) return fn(path);
+    int fd = openMapped(m, O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (fd < 0) return nullptr;
+    DIR* dir = fdopendir(fd);
+    if (dir == nullptr) {
+        int error = errno;
+        close(fd);
+        errno = error;
+    }
+    return dir;
+}
+
+int closedir(DIR* dir) {
+    static auto fn = real<int (*)(DIR*)>("closedir");
+    if (gTracked.load() > 0) beforeClose(dirfd(dir));
+    return fn(dir);
 }
 
 int access(const char* path, int mode) {
