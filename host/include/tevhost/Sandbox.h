@@ -30,8 +30,9 @@
 // Nodes (the /sys, /proc and /d trees) behave as the kernel's: opening one never creates it; after
 // every write it holds the bytes written since it was opened (a store replaces the value: "0"
 // written over "255" reads "0"), unless a declared driver answers the session otherwise when it is
-// closed; a /sys node opened for reading only reads at most one page, as a sysfs attribute does.
-// Other files in the root behave as files.
+// closed; a /sys node opened for reading only reads at most one page, as a sysfs attribute does;
+// the trees take no new folders and lose no nodes (mkdir, unlink, rmdir: EPERM). Other files in
+// the root behave as files.
 //
 // This is a simulator, not a security boundary: code running in the process can reach the host
 // through entry points that are not interposed (syscall(), the loader, glibc's internal calls).
