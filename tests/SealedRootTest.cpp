@@ -514,6 +514,48 @@ TEST_F(SealedRootTest, NodeEditsStayInTheRoot) {
     }
 }
 
+// What a profile's fs/ may hold; the first file that is anything else is named.
+TEST_F(SealedRootTest, ARootHoldsOnlyFilesFoldersAndLinksInside) {
+    const std::string fsDir = mTemp + "/profile/fs";
+    const struct {
+        const char* name;
+        std::function<void(const std::string&)> make;  // makes fsDir + "/sys/x"
+        const char* what;                              // empty: accepted
+    } cases[] = {
+            {"file", [](const std::string& p) { std::ofstream(p) << "1"; }, ""},
+            {"folder", [](const std::string& p) { fs::create_directory(p); }, ""},
+            {"link inside", [](const std::string& p) { fs::create_symlink("../d/y", p); }, ""},
+            {"dangling link inside", [](const std::string& p) { fs::create_symlink("none", p); },
+             ""},
+            {"link that climbs out",
+             [](const std::string& p) { fs::create_symlink("../../../decoy/secret", p); },
+             "a link out of it (../../../decoy/secret)"},
+            {"link to the fs/ folder's parent",
+             [](const std::string& p) { fs::create_symlink("../..", p); },
+             "a link out of it (../..)"},
+            {"absolute link", [](const std::string& p) { fs::create_symlink("/sys/y", p); },
+             "a link to an absolute path (/sys/y)"},
+            {"FIFO", [](const std::string& p) { mkfifo(p.c_str(), 0600); }, "a FIFO"},
+            {"device", [](const std::string& p) { mknod(p.c_str(), S_IFCHR | 0600, makedev(1, 3)); },
+             "a device file"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        fs::remove_all(mTemp + "/profile");
+        fs::create_directories(fsDir + "/sys");
+        fs::create_directories(fsDir + "/d");
+        c.make(fsDir + "/sys/x");
+        if (!fs::exists(fs::symlink_status(fsDir + "/sys/x"))) continue;  // mknod needs root
+        std::string error;
+        EXPECT_EQ(sandbox::checkRoot(fsDir, &error), *c.what == '\0');
+        EXPECT_EQ(error, *c.what ? fsDir + "/sys/x: " + c.what +
+                                           "; a profile's fs/ holds only folders, files and links "
+                                           "that stay inside it"
+                                 : "");
+    }
+    fs::remove_all(mTemp + "/profile");
+}
+
 TEST_F(SealedRootTest, TheJournalCanBeDrained) {
     put("/sys/a", "");
     tryOpen("/sys/a", O_WRONLY, "1");

@@ -23,6 +23,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <set>
@@ -523,6 +524,48 @@ std::string devicePath(const std::string& path) {
     if (path.empty()) return "";
     std::string device = normalize("", path.c_str());
     return isNodeTree(treeOf(device.c_str() + 1)) ? device : std::string();
+}
+
+bool checkRoot(const std::string& dir, std::string* error) {
+    namespace fs = std::filesystem;
+    HostScope host;  // the tool's own look at the profile
+    std::error_code ec;
+    fs::path top = fs::path(dir).lexically_normal();
+    for (auto it = fs::recursive_directory_iterator(top, ec); !ec && it != fs::end(it);
+         it.increment(ec)) {
+        fs::file_status st = it->symlink_status(ec);
+        if (ec) break;
+        std::string what;
+        if (fs::is_symlink(st)) {
+            fs::path target = fs::read_symlink(it->path(), ec);
+            if (ec) break;
+            fs::path landing = (it->path().parent_path() / target).lexically_normal();
+            fs::path within = landing.lexically_relative(top);
+            if (target.is_absolute()) {
+                what = "a link to an absolute path (" + target.string() + ")";
+            } else if (within.empty() || *within.begin() == "..") {
+                what = "a link out of it (" + target.string() + ")";
+            }
+        } else if (fs::is_fifo(st)) {
+            what = "a FIFO";
+        } else if (fs::is_socket(st)) {
+            what = "a socket";
+        } else if (fs::is_block_file(st) || fs::is_character_file(st)) {
+            what = "a device file";
+        } else if (!fs::is_regular_file(st) && !fs::is_directory(st)) {
+            what = "neither a file nor a folder";
+        }
+        if (!what.empty()) {
+            *error = it->path().string() + ": " + what +
+                     "; a profile's fs/ holds only folders, files and links that stay inside it";
+            return false;
+        }
+    }
+    if (ec) {
+        *error = "cannot read " + dir + ": " + ec.message();
+        return false;
+    }
+    return true;
 }
 
 bool writeNode(const std::string& path, const std::string& content, std::string* error) {

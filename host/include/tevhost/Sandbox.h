@@ -56,6 +56,11 @@ std::string hostPath(const std::string& path);
 // /proc or /d (or is the process's own /proc entry).
 std::string devicePath(const std::string& path);
 
+// Whether the folder |dir| can be a device root: it holds only folders, regular files and
+// relative links that stay inside it. False with |error|, one line naming the first file that is
+// anything else (a device file, a FIFO, a socket, a link that leaves or is absolute).
+bool checkRoot(const std::string& dir, std::string* error);
+
 // Run-script edits of the node tree: |path| is a node path ("." and ".." taken; one that leaves
 // /sys, /proc and /d is refused, "/sys/../etc" among them), resolved in the root as the service's
 // paths are. writeNode makes the missing folders and replaces the node's content; removeNode
