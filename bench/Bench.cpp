@@ -8,7 +8,9 @@
 #include <benchmark/benchmark.h>
 #include <cutils/properties.h>
 #include <fcntl.h>
+#include <tevcatalog/Values.h>
 #include <tevhost/Log.h>
+#include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/SensorCal.h>
@@ -21,9 +23,7 @@
 #include <map>
 #include <set>
 
-#include "CatalogCalls.h"
-#include "Device.h"
-#include "Parse.h"
+#include "OperationCalls.h"
 #include "TevVendorService.h"
 
 namespace {
@@ -196,8 +196,8 @@ std::function<void()> nodeFloor(const NodeOperation& e, const std::vector<sandbo
 std::vector<Row> rows(ITevVendorService& root, const std::string& profile) {
     std::vector<Row> out;
     const std::vector<NodeOperation> table = nodeOperations(kUfsProduct);
-    for (const tevctl::Area* area : tevctl::allAreas()) {
-        for (const tevctl::Operation& op : area->ops) {
+    for (const tevcatalog::Area* area : tevcatalog::allAreas()) {
+        for (const tevcatalog::Operation& op : area->ops) {
             const std::string name = area->name + "." + op.name;
             // The first table entry whose nodes the profile has; else the plain call.
             const NodeOperation* entry = nullptr;
@@ -213,7 +213,7 @@ std::vector<Row> rows(ITevVendorService& root, const std::string& profile) {
             auto args = kArgs.find(name);
             if (args != kArgs.end()) {
                 std::string error;
-                tevctl::parseArgs(*area, op, args->second, &call.args, &error);
+                tevcatalog::parseArgs(*area, op, args->second, &call.args, &error);
             }
             sp<::android::hidl::base::V1_0::IBase> service = area->get(root);
             Row row{call.name(), Kind::kNone, [service, call] { callOn(*service, call); }, {}, ""};
@@ -305,8 +305,8 @@ std::string us(double ns) {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    tevctl::Device device;
-    std::string profile = tevctl::resolveProfile(kUfsProduct.name);
+    tevhost::profile::Profile device;
+    std::string profile = tevhost::profile::resolve(kUfsProduct.name);
     std::string error;
     if (!device.open(profile, false, &error)) {
         fprintf(stderr, "tev_bench: %s\n", error.c_str());
@@ -319,7 +319,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "tev_bench: no root service\n");
         return 1;
     }
-    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*root);
+    for (const tevcatalog::Area* area : tevcatalog::allAreas()) area->get(*root);
     forgetHostRecords();
 
     const std::vector<Row> table = rows(*root, profile);

@@ -1,10 +1,6 @@
 #include "AudioCheckService.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -22,8 +18,4 @@ Return<void> AudioCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -9,71 +9,42 @@
 
 #include "NodeIo.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 namespace {
 
-// A power-supply node, how much of it is read, and what is logged when it cannot be read.
-struct BatteryNode {
-    const char* path;
-    size_t size;
-    const char* openFailed;
-    const char* readFailed;
-};
-
-constexpr BatteryNode kResistanceId = {"/sys/class/power_supply/bms/resistance_id", 10,
-                                       "Failed to open resistance_id node.",
-                                       "read resistance_id sysfs node failed."};
-constexpr BatteryNode kAuthentic = {"/sys/class/power_supply/bms/authentic", 4,
-                                    "Failed to open authentic node.",
-                                    "read authentic sysfs node failed."};
-constexpr BatteryNode kTiBatteryPresent = {
+// The power-supply nodes, how much of each is read, and what is logged when one cannot be read.
+// clang-format off
+constexpr LoggedNode kResistanceId = {"/sys/class/power_supply/bms/resistance_id", 10,
+        {"Failed to open resistance_id node."}, {"read resistance_id sysfs node failed."}};
+constexpr LoggedNode kAuthentic = {"/sys/class/power_supply/bms/authentic", 4,
+        {"Failed to open authentic node."}, {"read authentic sysfs node failed."}};
+constexpr LoggedNode kTiBatteryPresent = {
         "/sys/class/power_supply/bq2597x-slave/ti_battery_present", 4,
-        "Failed to open battery_ti_present node.", "read battery_ti_present sysfs node failed."};
-constexpr BatteryNode kChipOk = {"/sys/class/power_supply/bms/chip_ok", 4,
-                                 "Failed to open chip_ok node.", "read chip_ok sysfs node failed."};
-constexpr BatteryNode kBatteryType = {"/sys/class/power_supply/bms/battery_type", 20,
-                                      "Failed to open battery_type node.",
-                                      "read battery_type sysfs node failed."};
-constexpr BatteryNode kResistance = {"/sys/class/power_supply/bms/resistance", 20,
-                                     "Failed to open resistance node.",
-                                     "read resistance sysfs node failed."};
-constexpr BatteryNode kChargeFullDesign = {"/sys/class/power_supply/bms/charge_full_design", 15,
-                                           "Failed to open chargefull node.",
-                                           "read chargefull sysfs node failed."};
-constexpr BatteryNode kTemp = {"/sys/class/power_supply/battery/temp", 10,
-                               "Failed to open battery_temp node.",
-                               "read battery_temp sysfs node failed."};
+        {"Failed to open battery_ti_present node."},
+        {"read battery_ti_present sysfs node failed."}};
+constexpr LoggedNode kChipOk = {"/sys/class/power_supply/bms/chip_ok", 4,
+        {"Failed to open chip_ok node."}, {"read chip_ok sysfs node failed."}};
+constexpr LoggedNode kBatteryType = {"/sys/class/power_supply/bms/battery_type", 20,
+        {"Failed to open battery_type node."}, {"read battery_type sysfs node failed."}};
+constexpr LoggedNode kResistance = {"/sys/class/power_supply/bms/resistance", 20,
+        {"Failed to open resistance node."}, {"read resistance sysfs node failed."}};
+constexpr LoggedNode kChargeFullDesign = {"/sys/class/power_supply/bms/charge_full_design", 15,
+        {"Failed to open chargefull node."}, {"read chargefull sysfs node failed."}};
+constexpr LoggedNode kTemp = {"/sys/class/power_supply/battery/temp", 10,
+        {"Failed to open battery_temp node."}, {"read battery_temp sysfs node failed."}};
+// clang-format on
 
 constexpr const char* kBatteryIdFailedAnswer = "-1";
 constexpr const char* kBatteryVendorFailedAnswer = "";
-
-// Reads |node| once into |text|; logs why it could not be read and returns false then.
-bool readBatteryNode(const BatteryNode& node, std::string* text) {
-    switch (readNodeOnce(node.path, node.size, text)) {
-        case NodeRead::kOpenFailed:
-            ALOGE("%s", node.openFailed);
-            return false;
-        case NodeRead::kReadFailed:
-            ALOGE("%s", node.readFailed);
-            return false;
-        case NodeRead::kOk:
-            break;
-    }
-    return true;
-}
 
 }  // namespace
 
 Return<void> BatteryCheckService::getBatteryId(getBatteryId_cb _hidl_cb) {
     std::string text;
-    if (!readBatteryNode(kResistanceId, &text)) {
+    if (!readLoggedNode(LOG_TAG, kResistanceId, &text)) {
         _hidl_cb(kBatteryIdFailedAnswer);
         return Void();
     }
@@ -85,7 +56,7 @@ Return<void> BatteryCheckService::getBatteryId(getBatteryId_cb _hidl_cb) {
 
 Return<bool> BatteryCheckService::checkBatteryAuthentic() {
     std::string text;
-    if (!readBatteryNode(kAuthentic, &text)) {
+    if (!readLoggedNode(LOG_TAG, kAuthentic, &text)) {
         return false;
     }
     ALOGI("checkBatteryAuthentic successful result = %s", text.c_str());
@@ -94,7 +65,7 @@ Return<bool> BatteryCheckService::checkBatteryAuthentic() {
 
 Return<int32_t> BatteryCheckService::checkDualConnector() {
     std::string text;
-    if (!readBatteryNode(kTiBatteryPresent, &text)) {
+    if (!readLoggedNode(LOG_TAG, kTiBatteryPresent, &text)) {
         return 0;
     }
     ALOGI("checkDualConnector successful result = %s", text.c_str());
@@ -103,7 +74,7 @@ Return<int32_t> BatteryCheckService::checkDualConnector() {
 
 Return<int32_t> BatteryCheckService::checkChipOK() {
     std::string text;
-    if (!readBatteryNode(kChipOk, &text)) {
+    if (!readLoggedNode(LOG_TAG, kChipOk, &text)) {
         return -1;
     }
     ALOGI("checkChipOK successful result = %s", text.c_str());
@@ -131,7 +102,7 @@ Return<bool> BatteryCheckService::isSupportDualConnect() {
 
 Return<void> BatteryCheckService::getBatteryVendor(getBatteryVendor_cb _hidl_cb) {
     std::string text;
-    if (!readBatteryNode(kBatteryType, &text)) {
+    if (!readLoggedNode(LOG_TAG, kBatteryType, &text)) {
         _hidl_cb(kBatteryVendorFailedAnswer);
         return Void();
     }
@@ -142,7 +113,7 @@ Return<void> BatteryCheckService::getBatteryVendor(getBatteryVendor_cb _hidl_cb)
 
 Return<int32_t> BatteryCheckService::getBatteryResistance() {
     std::string text;
-    if (!readBatteryNode(kResistance, &text)) {
+    if (!readLoggedNode(LOG_TAG, kResistance, &text)) {
         return -1;
     }
     ALOGI("getBatteryResistance successful result = %s", text.c_str());
@@ -151,7 +122,7 @@ Return<int32_t> BatteryCheckService::getBatteryResistance() {
 
 Return<int32_t> BatteryCheckService::getBatteryFullChargeValue() {
     std::string text;
-    if (!readBatteryNode(kChargeFullDesign, &text)) {
+    if (!readLoggedNode(LOG_TAG, kChargeFullDesign, &text)) {
         return -1;
     }
     ALOGI("getBatteryFullChargeValue successful result = %s", text.c_str());
@@ -160,7 +131,7 @@ Return<int32_t> BatteryCheckService::getBatteryFullChargeValue() {
 
 Return<int32_t> BatteryCheckService::getBatteryTemp() {
     std::string text;
-    if (!readBatteryNode(kTemp, &text)) {
+    if (!readLoggedNode(LOG_TAG, kTemp, &text)) {
         return -1;
     }
     // The node gives tenths of a degree Celsius; whole degrees, truncated toward zero.
@@ -175,8 +146,4 @@ Return<void> BatteryCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -2,28 +2,19 @@
 
 #include "CameraCheckService.h"
 
-#include <fcntl.h>
 #include <log/log.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 
-#include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 namespace {
-
-constexpr const char* kProductNameProp = "ro.product.name";
 
 // Camera types of the test application, in the column order of the table below.
 constexpr int32_t kCameraTypes[] = {1, 2, 3, 8, 11, 12, 13, 14, 15};
@@ -50,23 +41,23 @@ constexpr CameraIdRow kCameraIdTable[] = {
 // clang-format on
 
 // Products whose blue and yellow torches each have their own switch node.
-constexpr const char* kTorchSwitchProducts[] = {
+const ProductList kTorchSwitchProducts = {
         "halbrin", "morquet", "trovask", "kossimer", "dolv",  "fenrow",  "wemb",
         "jostari", "yut",     "tuvreck", "qab",      "gavrk", "ostrelg", "pif",
 };
 
 // Products with a camera that pops out for use and is pushed back afterwards.
-const std::vector<std::string> kPopCameraProducts = {"trovask", "morquet"};
+const ProductList kPopCameraProducts = {"trovask", "morquet"};
 
 // Products whose dual rear camera can zoom and focus.
-const std::vector<std::string> kZoomFocusProducts = {
+const ProductList zoomFocusProducts = {
         "pif",    "kelsivabo", "fand",      "sorbel",  "nubk",     "morquetin",
         "fenrow", "morquet",   "tessov",    "halbrin", "pallun",   "nemquis",
         "lurnap", "trovask",   "trovaskin", "dolv",    "quenrath",
 };
 
 // Products whose dual rear camera only takes pictures.
-const std::vector<std::string> kJustTakePicProducts = {
+const ProductList justTakePicProducts = {
         "sorbel",  "nubk",   "halbrin",     "trovask",     "morquet", "dolv",
         "fenrow",  "zemtr",  "jostari",     "tuvreck",     "yut",     "zob",
         "qab",     "gavrk",  "ostrelg",     "wemb",        "wembin",  "pif",
@@ -74,7 +65,7 @@ const std::vector<std::string> kJustTakePicProducts = {
 };
 
 // Products whose dual rear camera is calibrated on the production line.
-const std::vector<std::string> kCalibrationProducts = {
+const ProductList calibrationProducts = {
         "fand",  "sorbel",  "trovask", "morquet", "nubk",    "tuvreck", "jostari", "zob",   "qab",
         "gavrk", "ostrelg", "wemb",    "sirnak",  "pibrand", "wilmet",  "kibbt",   "helvr",
 };
@@ -96,56 +87,6 @@ constexpr char kSharedBackModuleHardware = '9';
 // The back camera entry leads the description: "back_camera=<module>".
 constexpr size_t kBackCameraPrefixLength = sizeof("back_camera=") - 1;
 
-// Torch types of the test application.
-constexpr int32_t kTorchBlue = 1;
-constexpr int32_t kTorchYellow = 2;
-constexpr int32_t kTorchSoftFlash = 3;
-constexpr int32_t kTorchSoft1 = 4;
-constexpr int32_t kTorchSoft2 = 5;
-
-constexpr const char* kTorch0Node = "/sys/class/leds/led:torch_0/brightness";
-constexpr const char* kTorch1Node = "/sys/class/leds/led:torch_1/brightness";
-constexpr const char* kTorch2Node = "/sys/class/leds/led:torch_2/brightness";
-constexpr const char* kSwitch0Node = "/sys/class/leds/led:switch_0/brightness";
-constexpr const char* kSwitch1Node = "/sys/class/leds/led:switch_1/brightness";
-constexpr const char* kSoftTorch0Node = "/sys/class/leds/softlight_torch_0/brightness";
-constexpr const char* kSoftTorch1Node = "/sys/class/leds/softlight_torch_1/brightness";
-
-// Torch currents go to the flash driver as C strings, their terminating NUL included.
-constexpr char kTorchOnLevel[] = "75";
-constexpr char kSoftFlashOnLevel[] = "60";
-// A brightness level goes to the torch nodes as a NUL-padded field of this many bytes.
-constexpr size_t kTorchLevelSize = 8;
-
-// The torches each product has, the first product found in the name decides.
-const struct {
-    const char* product;
-    std::vector<int32_t> torches;
-} kTorchLists[] = {
-        {"yut", {kTorchBlue, kTorchYellow}},
-        {"zob", {kTorchBlue}},
-        {"helvr", {kTorchBlue}},
-        {"qab", {kTorchBlue, kTorchYellow}},
-        {"pif", {kTorchBlue, kTorchYellow}},
-        {"sirnak", {kTorchBlue}},
-};
-
-// This product's one torch is wired as the yellow torch, on switch 1; a request for the blue torch
-// goes to it.
-constexpr const char* kYellowOnlyProduct = "sirnak";
-
-std::string prop(const char* key) {
-    return TevVendorUtils::getInstance().getPropertyValue(key, "");
-}
-
-bool contains(const std::string& productName, const char* key) {
-    return productName.find(key) != std::string::npos;
-}
-
-bool productIn(const std::string& productName, const std::vector<std::string>& products) {
-    return TevVendorUtils::getInstance().checkProductInList(productName, products);
-}
-
 const char* orNull(const std::string& value) {
     return value.empty() ? "NULL" : value.c_str();
 }
@@ -165,89 +106,11 @@ std::string joinParts(const std::string& info, const std::string& infoext,
     abort();
 }
 
-// An LED class node opened read-write for the length of one call.
-class LedNode {
-  public:
-    explicit LedNode(const char* path) : mFd(open(path, O_RDWR | O_NONBLOCK)) {}
-    ~LedNode() {
-        if (mFd >= 0) {
-            close(mFd);
-        }
-    }
-    LedNode(const LedNode&) = delete;
-    LedNode& operator=(const LedNode&) = delete;
-
-    bool isOpen() const { return mFd >= 0; }
-    int write(const void* data, size_t size) const {
-        return static_cast<int>(::write(mFd, data, size));
-    }
-    // Switch and soft-light nodes take one digit, without a NUL.
-    int writeSwitch(bool on) const { return write(on ? "1" : "0", 1); }
-
-  private:
-    const int mFd;
-};
-
-// The blue and yellow torches and both switches: all four are opened for every change.
-struct FlashNodes {
-    LedNode torch0{kTorch0Node};
-    LedNode torch1{kTorch1Node};
-    LedNode switch0{kSwitch0Node};
-    LedNode switch1{kSwitch1Node};
-
-    // Logs each node that did not open; false when any did not.
-    bool allOpen() const {
-        bool opened = true;
-        if (!torch0.isOpen()) {
-            ALOGE("Failed to open flash_led_torch_0 node.");
-            opened = false;
-        }
-        if (!torch1.isOpen()) {
-            ALOGE("Failed to open flash_led_torch_1 node.");
-            opened = false;
-        }
-        if (!switch0.isOpen()) {
-            ALOGE("Failed to open flash_led_switch_0 node.");
-            opened = false;
-        }
-        if (!switch1.isOpen()) {
-            ALOGE("Failed to open flash_led_switch_1 node.");
-            opened = false;
-        }
-        if (!opened) {
-            ALOGE("Failed to open some nodes, so return Void");
-        }
-        return opened;
-    }
-};
-
-// The soft flash: torch 2, switched through switch 1.
-void controlSoftFlash(bool on) {
-    bool opened = true;
-    LedNode torch2(kTorch2Node);
-    if (!torch2.isOpen()) {
-        ALOGE("Failed to open flash_led_torch_2 node.");
-        opened = false;
-    }
-    LedNode switch1(kSwitch1Node);
-    if (!switch1.isOpen()) {
-        ALOGE("Failed to open flash_led_switch_1 node.");
-        opened = false;
-    }
-    if (!opened) {
-        ALOGE("Failed to open some nodes, so return Void");
-        return;
-    }
-    int retTorch2 = on ? torch2.write(kSoftFlashOnLevel, sizeof(kSoftFlashOnLevel)) : 0;
-    int retSwitch1 = switch1.writeSwitch(on);
-    ALOGI("Write TORCH_SOFT_FLASH retTorch2 = %d  retTorch_switch1 = %d", retTorch2, retSwitch1);
-}
-
 }  // namespace
 
 CameraCheckService::CameraCheckService() {
-    torchSwitchProducts.assign(std::begin(kTorchSwitchProducts), std::end(kTorchSwitchProducts));
-    product_name = prop(kProductNameProp);
+    torchSwitchProducts = kTorchSwitchProducts;
+    product_name = productName();
     for (const CameraIdRow& row : kCameraIdTable) {
         std::map<int32_t, int32_t> ids;
         for (size_t i = 0; i < std::size(kCameraTypes); ++i) {
@@ -297,7 +160,7 @@ Return<int32_t> CameraCheckService::getCameraId(int32_t type) {
 }
 
 Return<bool> CameraCheckService::isSupportPopCamera() {
-    if (productIn(product_name, kPopCameraProducts)) {
+    if (productContainsOneOf(product_name, kPopCameraProducts)) {
         ALOGI("product_name = %s,is Support PopCamera", product_name.c_str());
         return true;
     }
@@ -306,7 +169,7 @@ Return<bool> CameraCheckService::isSupportPopCamera() {
 }
 
 Return<bool> CameraCheckService::needAutopushCamera() {
-    if (productIn(product_name, kPopCameraProducts)) {
+    if (productContainsOneOf(product_name, kPopCameraProducts)) {
         ALOGI("product_name = %s,need Autopush Camera", product_name.c_str());
         return true;
     }
@@ -323,7 +186,7 @@ Return<bool> CameraCheckService::pushCamera() {
 }
 
 Return<bool> CameraCheckService::isDualCameraCanZoomFocus(int32_t /* type */) {
-    if (productIn(product_name, kZoomFocusProducts)) {
+    if (productContainsOneOf(product_name, zoomFocusProducts)) {
         ALOGI("product_name = %s can zoom focus", product_name.c_str());
         return true;
     }
@@ -332,7 +195,7 @@ Return<bool> CameraCheckService::isDualCameraCanZoomFocus(int32_t /* type */) {
 }
 
 Return<bool> CameraCheckService::isDualCameraJustTakePic(int32_t /* type */) {
-    if (productIn(product_name, kJustTakePicProducts)) {
+    if (productContainsOneOf(product_name, justTakePicProducts)) {
         // A normal answer, logged at ERROR all the same.
         ALOGE("%s isDualCameraJustTakePic.", product_name.c_str());
         return true;
@@ -385,7 +248,7 @@ Return<void> CameraCheckService::getCameraModuleInfo(getCameraModuleInfo_cb _hid
 }
 
 Return<bool> CameraCheckService::needCameraCalibration() {
-    return productIn(product_name, kCalibrationProducts);
+    return productContainsOneOf(product_name, calibrationProducts);
 }
 
 Return<int32_t> CameraCheckService::getCameraCalFlag() {
@@ -406,127 +269,6 @@ Return<int32_t> CameraCheckService::getCameraCalFlag() {
     return flag;
 }
 
-Return<void> CameraCheckService::controlTorch(int32_t type, bool on) {
-    switch (type) {
-        case kTorchSoft1: {
-            LedNode soft(kSoftTorch0Node);
-            if (!soft.isOpen()) {
-                ALOGE("Failed to open soft_light_torch_1 node.");
-                return Void();
-            }
-            int retSoft1 = soft.writeSwitch(on);
-            ALOGI("Write TORCH_SOFT_1 retSoft1 = %d", retSoft1);
-            return Void();
-        }
-        case kTorchSoft2: {
-            LedNode soft(kSoftTorch1Node);
-            if (!soft.isOpen()) {
-                ALOGE("Failed to open soft_light_torch_2 node.");
-                return Void();
-            }
-            int retSoft2 = soft.writeSwitch(on);
-            ALOGI("Write TORCH_SOFT_2 retSoft2 = %d", retSoft2);
-            return Void();
-        }
-        case kTorchSoftFlash:
-            controlSoftFlash(on);
-            return Void();
-        case kTorchBlue:
-        case kTorchYellow:
-            break;
-        default:
-            return Void();
-    }
-
-    int32_t torch = type;
-    const bool yellowOnly = contains(product_name, kYellowOnlyProduct);
-    if (yellowOnly) {
-        ALOGI("product is %s change torch from TORCH_BLUE to  TORCH_YELLOW", product_name.c_str());
-        torch = kTorchYellow;
-    }
-    FlashNodes nodes;
-    if (!nodes.allOpen()) {
-        return Void();
-    }
-
-    int retTorch0 = 0;
-    int retTorch1 = 0;
-    if (!on) {
-        ALOGI("Close TORCH_BLUE or TORCH_YELLOW");
-    } else if (torch == kTorchBlue) {
-        ALOGI("Open TORCH_BLUE");
-        retTorch0 = nodes.torch0.write(kTorchOnLevel, sizeof(kTorchOnLevel));
-    } else {
-        ALOGI("Open TORCH_YELLOW");
-        retTorch1 = nodes.torch1.write(kTorchOnLevel, sizeof(kTorchOnLevel));
-    }
-
-    int retSwitch0 = 0;
-    int retSwitch1 = 0;
-    if (productIn(product_name, torchSwitchProducts)) {
-        // Each torch has its own switch; the other torch's switch is turned off.
-        retSwitch0 = nodes.switch0.writeSwitch(on && torch == kTorchBlue);
-        retSwitch1 = nodes.switch1.writeSwitch(on && torch == kTorchYellow);
-    } else if (yellowOnly) {
-        retSwitch1 = nodes.switch1.writeSwitch(on);
-    } else {
-        retSwitch0 = nodes.switch0.writeSwitch(on);
-    }
-    ALOGI("Write TORCH_BLUE or TORCH_YELLOW retTorch0 = %d   retTorch1 = %d   retTorch_switch0 = "
-          "%d   retTorch_switch1 =%d",
-          retTorch0, retTorch1, retSwitch0, retSwitch1);
-    return Void();
-}
-
-Return<void> CameraCheckService::updateTorchBrightness(int32_t level) {
-    const std::string text = std::to_string(level);
-    FlashNodes nodes;
-    if (!nodes.allOpen()) {
-        return Void();
-    }
-
-    const bool on = level != 0;
-    const bool yellowOnly = contains(product_name, kYellowOnlyProduct);
-    int retTorch0 = 0;
-    int retTorch1 = 0;
-    if (on) {
-        char field[kTorchLevelSize] = {};
-        memcpy(field, text.data(), std::min(text.size(), sizeof(field)));
-        if (!yellowOnly) {
-            retTorch0 = nodes.torch0.write(field, sizeof(field));
-        }
-        retTorch1 = nodes.torch1.write(field, sizeof(field));
-    }
-
-    int retSwitch0 = 0;
-    int retSwitch1 = 0;
-    if (productIn(product_name, torchSwitchProducts)) {
-        retSwitch0 = nodes.switch0.writeSwitch(on);
-        retSwitch1 = nodes.switch1.writeSwitch(on);
-    } else if (yellowOnly) {
-        retSwitch1 = nodes.switch1.writeSwitch(on);
-    } else {
-        retSwitch0 = nodes.switch0.writeSwitch(on);
-    }
-    ALOGI("updateTorchBrightness to %d   retTorch0 = %d  retTorch1 = %d  retTorch_switch0 = %d  "
-          "retTorch_switch1 = %d",
-          level, retTorch0, retTorch1, retSwitch0, retSwitch1);
-    return Void();
-}
-
-Return<void> CameraCheckService::getTorchList(getTorchList_cb _hidl_cb) {
-    std::vector<int32_t> torches;
-    for (const auto& row : kTorchLists) {
-        if (contains(product_name, row.product)) {
-            torches = row.torches;
-            break;
-        }
-    }
-    ALOGI("GetTorchList of %s  size = %d", product_name.c_str(), static_cast<int>(torches.size()));
-    _hidl_cb(torches);
-    return Void();
-}
-
 Return<void> CameraCheckService::extFun(const hidl_string& /* name */,
                                         const hidl_vec<hidl_string>& /* args */,
                                         extFun_cb /* _hidl_cb */) {
@@ -540,8 +282,4 @@ std::string CameraCheckService::replaceCamera(std::string text, std::string from
     return text;
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -7,11 +7,9 @@
 #include <utility>
 #include <vector>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+#include "Vocabulary.h"
+
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -20,7 +18,8 @@ using ::vendor::quoril::hardware::tevvendorservice::V1_0::ICameraCheckService;
 
 // Cameras and torches: translates the test application's camera types into the framework's camera
 // ids for this product, reports camera capabilities, module information and calibration state,
-// and drives the flash LEDs in torch mode. The product name is read once, at construction.
+// and drives the flash LEDs in torch mode (CameraTorch.cpp). The product name is read once, at
+// construction.
 class CameraCheckService : public ICameraCheckService {
   public:
     CameraCheckService();
@@ -52,11 +51,7 @@ class CameraCheckService : public ICameraCheckService {
     std::vector<std::pair<std::string, std::map<int32_t, int32_t>>> cameraIdMap;
     std::string product_name;
     // Products whose blue and yellow torches share the two switch nodes.
-    std::vector<std::string> torchSwitchProducts;
+    ProductList torchSwitchProducts;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

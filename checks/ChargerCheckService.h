@@ -4,11 +4,7 @@
 
 #include <string>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -38,8 +34,4 @@ class ChargerCheckService : public IChargerCheckService {
     std::string mProductName;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -3,49 +3,27 @@
 #include "DisplayCheckService.h"
 
 #include <log/log.h>
-#include <unistd.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
-#include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 // Every message of this area goes out at ERROR, the successful ones included.
 namespace {
 
-// The touch driver's diagnostic node: a written check word starts that check, and the node then
-// reads the check's result word.
-constexpr const char* kTouchPanelDiagPath = "/proc/tp_selftest";
-// The result word of a check that passed.
-constexpr const char* kTouchPanelPass = "2";
-
-struct TouchPanelCheck {
-    const char* word;      // written to start the check
-    unsigned int seconds;  // the driver needs this long before the result can be read
-    const char* logName;
-};
-
-// In the order the driver expects them.
-constexpr TouchPanelCheck kTouchPanelChecks[] = {
-        {"short", 6, "TOUCH_PANEL_CHECK_SHORT"},
-        {"open", 4, "TOUCH_PANEL_CHECK_OPEN"},
-        {"i2c", 2, "TOUCH_PANEL_CHECK_I2C"},
-};
-
-constexpr const char* kProductNameProp = "ro.product.name";
 constexpr const char* kProductDeviceProp = "ro.product.device";
 constexpr const char* kFbPanelInfoPath = "/sys/class/graphics/fb0/msm_fb_panel_info";
 constexpr const char* kDrmPanelInfoPath = "/sys/class/drm/card0-DSI-1/panel_info";
 // Products whose panel is described by the frame-buffer node.
-constexpr const char* kFbPanelProducts[] = {"mardusk", "marskol"};
+const ProductList kFbPanelProducts = {"mardusk", "marskol"};
 constexpr const char* kPanelNameKey = "panel_name";
 constexpr size_t kPanelNameKeyLength = 10;
 // The key and its one separator character ('=', ':', ...).
@@ -63,10 +41,6 @@ constexpr int kBacklightCeiling = 4095;
 constexpr const char* kSysPanelColorProp = "sys.panel.color";
 constexpr const char* kVendorPanelColorProp = "vendor.panel.color";
 
-std::string prop(const char* key) {
-    return TevVendorUtils::getInstance().getPropertyValue(key, "");
-}
-
 std::string asciiLower(std::string text) {
     for (char& c : text) {
         if (c >= 'A' && c <= 'Z') {
@@ -76,59 +50,41 @@ std::string asciiLower(std::string text) {
     return text;
 }
 
-}  // namespace
-
-Return<bool> DisplayCheckService::doSelfTestAndGetResult() {
-    // One stream and one result word for all three checks. A read that extracts nothing (the
-    // node did not reopen, or held only white space) leaves the previous check's word in place.
-    std::fstream node;
-    std::string result;
-
-    node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
-    if (!node.is_open()) {
-        ALOGE("Failed to open TOUCH_PANEL_DIAG_HANDLE.");
+// The level in the backlight text as the standard decimal conversion (std::stoi) reads it:
+// leading white space, a sign, digits up to the first other byte. False when there is no number,
+// or one beyond int.
+bool backlightLevel(const std::string& content, int* level) {
+    const char* begin = content.c_str();
+    char* end = nullptr;
+    errno = 0;
+    long value = strtol(begin, &end, 10);
+    if (end == begin || errno == ERANGE || value < INT_MIN || value > INT_MAX) {
         return false;
     }
-    bool first = true;
-    for (const TouchPanelCheck& check : kTouchPanelChecks) {
-        if (!first) {
-            // A failure here only leaves the stream failed; the check's read decides.
-            node.open(kTouchPanelDiagPath, std::ios::out | std::ios::trunc);
-        }
-        first = false;
-        node << check.word;
-        node.close();
-
-        sleep(check.seconds);
-
-        node.open(kTouchPanelDiagPath, std::ios::in);
-        node >> result;
-        node.close();
-        if (result.size() != 1 || result != kTouchPanelPass) {
-            ALOGE("The result of %s is %s.", check.logName, result.c_str());
-            return false;
-        }
-    }
-    ALOGE("doSelfTestAndGetResult pass.");
+    *level = static_cast<int>(value);
     return true;
 }
 
+// Without a level in the backlight text (no number, or one beyond int) there is nothing to
+// report, and the service does not make one up: the standard conversion's own error (invalid
+// argument, out of range) escapes the call, and the service host, which catches nothing, ends.
+[[noreturn]] void unusableBacklightText(const std::string& content) {
+    (void)std::stoi(content);
+    abort();  // not reached: the conversion refuses |content|
+}
+
+}  // namespace
+
 Return<void> DisplayCheckService::getLcmInfo(getLcmInfo_cb _hidl_cb) {
     std::string result;
-    std::string product = prop(kProductNameProp);
-    const char* path = kDrmPanelInfoPath;
-    for (const char* fbProduct : kFbPanelProducts) {
-        if (product.find(fbProduct) != std::string::npos) {
-            path = kFbPanelInfoPath;
-            break;
-        }
-    }
+    const char* path = productContainsOneOf(productName(), kFbPanelProducts) ? kFbPanelInfoPath
+                                                                             : kDrmPanelInfoPath;
     ALOGE("open %s", path);
     std::ifstream node(path, std::ios::in);
     std::string line;
     // The panel name is searched for up to the first empty line only.
     while (std::getline(node, line) && !line.empty()) {
-        if (line.compare(0, kPanelNameKeyLength, kPanelNameKey) == 0) {
+        if (beginsWith(line, kPanelNameKey)) {
             ALOGE("The result of getLcmInfo is %s", line.c_str());
             // A bare "panel_name" has no value after it.
             if (line.size() >= kPanelNameValueStart) {
@@ -169,15 +125,15 @@ Return<int32_t> DisplayCheckService::getBacklightValue() {
     }
 
     std::string device = asciiLower(prop(kProductDeviceProp));
-    // Content without a number is not a level: the conversion refuses it and the service stops.
-    int value = std::stoi(content);
-    if (device.find(kCappedBacklightDevice) != std::string::npos && value > kBacklightCeiling) {
+    // The conversion comes before any test of the content: empty content holds no number either.
+    int value;
+    if (!backlightLevel(content, &value)) {
+        unusableBacklightText(content);
+    }
+    if (contains(device, kCappedBacklightDevice) && value > kBacklightCeiling) {
         value = kBacklightCeiling;
     }
     node.close();
-    if (content.empty()) {
-        return -1;
-    }
     ALOGE("The result of getBacklightValue is %d.", value);
     return value;
 }
@@ -198,8 +154,4 @@ Return<void> DisplayCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

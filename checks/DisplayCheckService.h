@@ -2,19 +2,15 @@
 
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IDisplayCheckService.h>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
 using ::android::hardware::Return;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
 
-// Touch-panel self-test through the touch driver's diagnostic node, the display panel's name,
-// the backlight level and the touch-panel colour.
+// Touch-panel self-test through the touch driver's diagnostic node (DisplaySelfTest.cpp), the
+// display panel's name, the backlight level and the touch-panel colour.
 class DisplayCheckService : public IDisplayCheckService {
   public:
     Return<bool> doSelfTestAndGetResult() override;
@@ -25,8 +21,4 @@ class DisplayCheckService : public IDisplayCheckService {
                         extFun_cb _hidl_cb) override;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

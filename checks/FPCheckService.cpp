@@ -8,18 +8,14 @@
 #include <vector>
 
 #include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 namespace {
 
-constexpr const char* kProductNameProp = "ro.product.name";
 constexpr const char* kFpVendorProp = "persist.vendor.sys.fp.vendor";
 constexpr const char* kFodLocationProp = "persist.vendor.sys.fp.fod.location.X_Y";
 constexpr const char* kFodSizeProp = "persist.vendor.sys.fp.fod.size.width_height";
@@ -27,14 +23,14 @@ constexpr const char* kDispParamPath = "/sys/class/drm/card0-DSI-1/disp_param";
 constexpr const char* kSuccess = "success";
 
 // Products whose sensor can be calibrated.
-const std::vector<std::string> kCalibrationProducts = {
+const ProductList kCalibrationProducts = {
         "halbrin", "fand", "sorbel", "trovask", "morquet", "nubk",  "fenrow",  "dolv",
         "zemtr",   "yut",  "zob",    "qab",     "wemb",    "gavrk", "ostrelg", "pif"};
 // Products with a rectangular sensor: none at present.
-const std::vector<std::string> kRectSensorProducts = {};
+const ProductList kRectSensorProducts = {};
 // Products whose light spot is white rather than green.
-const std::vector<std::string> kWhiteSpotProducts = {"zemtr", "dolv", "fenrow", "yut",     "zob",
-                                                     "qab",   "wemb", "gavrk",  "ostrelg", "pif"};
+const ProductList kWhiteSpotProducts = {"zemtr", "dolv", "fenrow", "yut",     "zob",
+                                        "qab",   "wemb", "gavrk",  "ostrelg", "pif"};
 
 // The display driver's command words for the light-spot brightness modes, sent exactly as the
 // driver spells them.
@@ -59,23 +55,13 @@ constexpr int32_t kCyanSpot = static_cast<int32_t>(0xFF00FFFFu);
 constexpr int32_t kWhiteSpot = static_cast<int32_t>(0xFFFFFFFFu);
 constexpr int32_t kGreenSpot = static_cast<int32_t>(0xFF00FF00u);
 
+// Products whose light spot is cyan, whatever the white-spot list says.
+const ProductList kCyanSpotProducts = {"kalt", "ombrelle"};
+
 // Products with a pressure sensor beside the fingerprint sensor, and where it sits.
-constexpr const char* kPressureSensorProducts[] = {"ombrelle", "kalt"};
+const ProductList kPressureSensorProducts = {"ombrelle", "kalt"};
 constexpr int32_t kPressureSensorMarginLeft = 157;
 constexpr int32_t kPressureSensorMarginTop = 410;
-
-bool contains(const std::string& text, const char* part) {
-    return text.find(part) != std::string::npos;
-}
-
-bool hasPressureSensor(const std::string& product) {
-    for (const char* name : kPressureSensorProducts) {
-        if (contains(product, name)) {
-            return true;
-        }
-    }
-    return false;
-}
 
 std::string writeDispParam(const char* word) {
     std::string path = kDispParamPath;
@@ -85,20 +71,19 @@ std::string writeDispParam(const char* word) {
 }  // namespace
 
 FPCheckService::FPCheckService() {
-    mProductName = TevVendorUtils::getInstance().getPropertyValue(kProductNameProp, "");
+    mProductName = productName();
     ALOGI("FPCheckService mProductName = %s ", mProductName.c_str());
 }
 
 Return<void> FPCheckService::getFpType(getFpType_cb _hidl_cb) {
-    std::string type = TevVendorUtils::getInstance().getPropertyValue(kFpVendorProp, "");
+    std::string type = prop(kFpVendorProp);
     _hidl_cb(type);
     ALOGI("getFpType type = %s ", type.c_str());
     return Void();
 }
 
 Return<bool> FPCheckService::isSupportCalibration() {
-    bool result =
-            TevVendorUtils::getInstance().checkProductInList(mProductName, kCalibrationProducts);
+    bool result = productContainsOneOf(mProductName, kCalibrationProducts);
     ALOGI("isSupportCalibration result = %d ", result);
     return result;
 }
@@ -126,11 +111,10 @@ Return<bool> FPCheckService::setScreenEffectNew(NitMode mode) {
 }
 
 Return<int32_t> FPCheckService::getFaculaColor() {
-    bool white = TevVendorUtils::getInstance().checkProductInList(mProductName, kWhiteSpotProducts);
+    // The white list is always tested, the cyan products win over it.
+    bool white = productContainsOneOf(mProductName, kWhiteSpotProducts);
     int32_t color;
-    if (contains(mProductName, "kalt")) {
-        color = kCyanSpot;
-    } else if (contains(mProductName, "ombrelle")) {
+    if (productContainsOneOf(mProductName, kCyanSpotProducts)) {
         color = kCyanSpot;
     } else {
         color = white ? kWhiteSpot : kGreenSpot;
@@ -140,8 +124,7 @@ Return<int32_t> FPCheckService::getFaculaColor() {
 }
 
 Return<bool> FPCheckService::isRectFP() {
-    bool result =
-            TevVendorUtils::getInstance().checkProductInList(mProductName, kRectSensorProducts);
+    bool result = productContainsOneOf(mProductName, kRectSensorProducts);
     ALOGI("isRectFP result = %d ", result);
     return result;
 }
@@ -149,8 +132,8 @@ Return<bool> FPCheckService::isRectFP() {
 Return<void> FPCheckService::getFaculaParas(getFaculaParas_cb _hidl_cb) {
     TevVendorUtils& utils = TevVendorUtils::getInstance();
     std::vector<int32_t> paras;
-    std::string location = utils.getPropertyValue(kFodLocationProp, "");
-    std::string size = utils.getPropertyValue(kFodSizeProp, "");
+    std::string location = prop(kFodLocationProp);
+    std::string size = prop(kFodSizeProp);
     if (location.empty() || size.empty()) {
         ALOGE("**can not get facula paras**");
     } else {
@@ -171,7 +154,7 @@ Return<void> FPCheckService::getFaculaParas(getFaculaParas_cb _hidl_cb) {
 }
 
 Return<int32_t> FPCheckService::getFodPressureSensorMarginLeft() {
-    if (hasPressureSensor(mProductName)) {
+    if (productContainsOneOf(mProductName, kPressureSensorProducts)) {
         ALOGI("**FodPressureSensorMarginLeft data of ombrelle&kalt is 157**");
         return kPressureSensorMarginLeft;
     }
@@ -180,7 +163,7 @@ Return<int32_t> FPCheckService::getFodPressureSensorMarginLeft() {
 }
 
 Return<int32_t> FPCheckService::getFodPressureSensorMarginTop() {
-    if (hasPressureSensor(mProductName)) {
+    if (productContainsOneOf(mProductName, kPressureSensorProducts)) {
         ALOGI("**FodPressureSensorMarginTop data of ombrelle&kalt is 410**");
         return kPressureSensorMarginTop;
     }
@@ -209,8 +192,4 @@ Return<void> FPCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -4,11 +4,7 @@
 
 #include <string>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -40,8 +36,4 @@ class FPCheckService : public IFPCheckService {
     std::string mProductName;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -2,57 +2,51 @@
 
 #include "FlashLifeCheckService.h"
 
-#include <cutils/properties.h>
 #include <log/log.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+#include "Vocabulary.h"
+
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 // Every message of this area goes out at ERROR, the informational ones included.
 
+namespace {
+
 // The storage kind (eMMC from the first object built for an eMMC product on, never turned back)
 // and the last value of each answer. They belong to the process, not to an object: a call that
 // finds no new value reports the one an earlier call found.
-static bool bEmmc = false;
-static std::string lifeEstA;
-static std::string lifeEstB;
-static std::string factoryDate;
-static std::string flashSize;
-static std::string firmwareVer;
-static std::string vendorName;
+bool bEmmc = false;
+std::string lifeEstA;
+std::string lifeEstB;
+std::string factoryDate;
+std::string flashSize;
+std::string firmwareVer;
+std::string vendorName;
 
 // UFS: the SCSI disk sda and the descriptor dumps of the UFS host controller in debugfs.
-static const std::string ufsHealthDescPath = "/d/1d84000.ufshc/dump_health_desc";
-static const std::string ufsDeviceDescPath = "/d/1d84000.ufshc/dump_device_desc";
-static const std::string ufsSizePath = "/sys/class/block/sda/size";
-static const std::string ufsRevPath = "/sys/class/block/sda/device/rev";
-static const std::string ufsVendorPath = "/sys/class/block/sda/device/vendor";
+const std::string ufsHealthDescPath = "/d/1d84000.ufshc/dump_health_desc";
+const std::string ufsDeviceDescPath = "/d/1d84000.ufshc/dump_device_desc";
+const std::string ufsSizePath = "/sys/class/block/sda/size";
+const std::string ufsRevPath = "/sys/class/block/sda/device/rev";
+const std::string ufsVendorPath = "/sys/class/block/sda/device/vendor";
 // eMMC: life time and date under /sys/block, size, revision and maker under /sys/class/block.
-static const std::string emmcLifeTimeAPath = "/sys/block/mmcblk0/device/life_time_est_typ_a";
-static const std::string emmcLifeTimeBPath = "/sys/block/mmcblk0/device/life_time_est_typ_b";
-static const std::string emmcDatePath = "/sys/block/mmcblk0/device/date";
-static const std::string emmcSizePath = "/sys/class/block/mmcblk0/size";
-static const std::string emmcFwrevPath = "/sys/class/block/mmcblk0/device/fwrev";
-static const std::string emmcManfidPath = "/sys/class/block/mmcblk0/device/manfid";
-
-namespace {
-
-constexpr const char* kProductNameProp = "ro.product.name";
+const std::string emmcLifeTimeAPath = "/sys/block/mmcblk0/device/life_time_est_typ_a";
+const std::string emmcLifeTimeBPath = "/sys/block/mmcblk0/device/life_time_est_typ_b";
+const std::string emmcDatePath = "/sys/block/mmcblk0/device/date";
+const std::string emmcSizePath = "/sys/class/block/mmcblk0/size";
+const std::string emmcFwrevPath = "/sys/class/block/mmcblk0/device/fwrev";
+const std::string emmcManfidPath = "/sys/class/block/mmcblk0/device/manfid";
 
 // Products whose flash is eMMC, compared whole; every other name means UFS.
-constexpr const char* kEmmcProducts[] = {
+const ProductList kEmmcProducts = {
         "mopvel",  "mardusk", "marskol",  "mevrot",  "mulgash",  "mobrinte",
         "mizzarv", "mokkel",  "murtaven", "mesquor", "mylbrosk",
 };
@@ -75,13 +69,6 @@ constexpr struct {
         {0x90, "CID_MANFID_HYNIX"},   {0xFE, "CID_MANFID_NUMONYX_MICRON"},
 };
 
-bool isEmmcProduct(const char* productName) {
-    for (const char* product : kEmmcProducts) {
-        if (strcmp(productName, product) == 0) return true;
-    }
-    return false;
-}
-
 // Reads the node's first line (the line feed dropped, nothing else trimmed) into |target|,
 // replacing what it held. When the node does not open, logs it and leaves |target| untouched.
 bool readFirstLine(const std::string& path, std::string& target) {
@@ -94,10 +81,6 @@ bool readFirstLine(const std::string& path, std::string& target) {
     std::getline(node, line);
     target = line;
     return true;
-}
-
-bool beginsWith(const std::string& line, const char* prefix) {
-    return line.compare(0, strlen(prefix), prefix) == 0;
 }
 
 // The rest of a dump line from |position| on; a line that ends before it has no value.
@@ -122,11 +105,11 @@ bool manufacturerId(const std::string& line, int* id) {
 }  // namespace
 
 FlashLifeCheckService::FlashLifeCheckService() {
-    char productName[PROPERTY_VALUE_MAX];
-    memset(productName, 0, sizeof(productName));
-    property_get(kProductNameProp, productName, "");
-    ALOGE("this product name is %s.\n", productName);
-    if (isEmmcProduct(productName)) {
+    // Read straight from the platform: the area logs the name itself.
+    std::string product;
+    readProductNameUnlogged(&product);
+    ALOGE("this product name is %s.\n", product.c_str());
+    if (productIsOneOf(product, kEmmcProducts)) {
         bEmmc = true;
         ALOGE("The flash of this product is eMMC.\n");
     } else {
@@ -266,8 +249,4 @@ Return<void> FlashLifeCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

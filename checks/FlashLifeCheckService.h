@@ -2,11 +2,7 @@
 
 #include <vendor/quoril/hardware/tevvendorservice/1.0/IFlashLifeCheckService.h>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::hidl_string;
 using ::android::hardware::hidl_vec;
@@ -30,8 +26,4 @@ class FlashLifeCheckService : public IFlashLifeCheckService {
                         extFun_cb _hidl_cb) override;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -4,19 +4,14 @@
 
 #include <fcntl.h>
 #include <log/log.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
 
 #include "NodeIo.h"
-#include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -53,20 +48,28 @@ constexpr size_t kBrightnessReadSize = 10;
 constexpr const char* kLevelOn = "255";
 constexpr const char* kLevelOff = "0";
 
-constexpr const char* kProductNameProp = "ro.product.name";
+constexpr const char* kControlFailed = "ControlLed failed to open led node for type = %d";
+// The lines of a brightness read, with the type and isMax (0 or 1) as arguments.
+constexpr NodeLogLine kBrightnessOpenFailed = {
+        "GetLedBrightness failed to open led node for type = %d"};
+constexpr NodeLogLine kBrightnessReadFailed = {
+        "GetLedBrightness failed to read led node for type = %d  isMax = %d", ANDROID_LOG_INFO};
 
-int openLedNode(const char* path) {
-    return open(path, O_RDWR | O_NONBLOCK);
+// The LEDs each product has; the first product found in the name decides.
+const struct {
+    const char* product;
+    std::vector<int32_t> leds;
+} kLedSets[] = {
+        {"qab", {1, 2, 3, 4, 5, 6, 7}},
+        {"sirnak", {0}},
+};
+
+NodeDescriptor openLedNode(const char* path) {
+    return NodeDescriptor(path, O_RDWR | O_NONBLOCK);
 }
 
-int writeLevel(int fd, const std::string& level) {
-    return static_cast<int>(write(fd, level.data(), level.size()));
-}
-
-void closeLedNode(int fd) {
-    if (fd >= 0) {
-        close(fd);
-    }
+int writeLevel(const NodeDescriptor& node, const std::string& level) {
+    return node.write(level.data(), level.size());
 }
 
 }  // namespace
@@ -74,60 +77,47 @@ void closeLedNode(int fd) {
 Return<void> LedsCheckService::controlLed(int32_t type, bool isOn) {
     // Type numbers are unsigned to the driver: a negative type is as out of range as 8.
     const uint32_t led = static_cast<uint32_t>(type);
-    int fd = -1;
-    int fd1 = -1;
-    int fd2 = -1;
-    if (led <= kButtonBacklight) {
-        fd = openLedNode(kBrightnessNodes[led]);
-        if (led == kButtonBacklight) {
-            fd1 = openLedNode(kButtonBacklight1Node);
-            fd2 = openLedNode(kButtonBacklight2Node);
-        }
+    if (led > kButtonBacklight) {
+        ALOGE(kControlFailed, type);
+        return Void();
     }
-    if (fd < 0) {
-        ALOGE("ControlLed failed to open led node for type = %d", type);
-        closeLedNode(fd);
-        closeLedNode(fd1);
-        closeLedNode(fd2);
+    // All of the button backlight's nodes are opened before the first one is looked at.
+    NodeDescriptor node = openLedNode(kBrightnessNodes[led]);
+    NodeDescriptor node1 =
+            led == kButtonBacklight ? openLedNode(kButtonBacklight1Node) : NodeDescriptor();
+    NodeDescriptor node2 =
+            led == kButtonBacklight ? openLedNode(kButtonBacklight2Node) : NodeDescriptor();
+    if (!node.isOpen()) {
+        ALOGE(kControlFailed, type);
         return Void();
     }
 
     const std::string level = isOn ? kLevelOn : kLevelOff;
-    int ret = writeLevel(fd, level);
+    int ret = writeLevel(node, level);
     int ret1 = 0;
     int ret2 = 0;
     // The other two backlight LEDs follow the first only when both of their nodes are open. A
     // descriptor of 0 is taken as not open here, on purpose.
-    if (led == kButtonBacklight && fd1 >= 1 && fd2 >= 1) {
-        ret1 = writeLevel(fd1, level);
-        ret2 = writeLevel(fd2, level);
+    if (led == kButtonBacklight && node1.get() >= 1 && node2.get() >= 1) {
+        ret1 = writeLevel(node1, level);
+        ret2 = writeLevel(node2, level);
     }
     ALOGI("ControlLed for type = %d  isOn = %d  ret = %d  ret1 = %d  ret2 = %d", type, isOn ? 1 : 0,
           ret, ret1, ret2);
-    closeLedNode(fd);
-    closeLedNode(fd1);
-    closeLedNode(fd2);
     return Void();
 }
 
 Return<int32_t> LedsCheckService::getLedBrightness(int32_t type, bool isMax) {
     const uint32_t led = static_cast<uint32_t>(type);
     if (led >= kReadableLeds) {
-        ALOGE("GetLedBrightness failed to open led node for type = %d", type);
+        ALOGE(kBrightnessOpenFailed.format, type);
         return -1;
     }
-    const char* path = isMax ? kMaxBrightnessNodes[led] : kBrightnessNodes[led];
+    const LoggedNode node = {isMax ? kMaxBrightnessNodes[led] : kBrightnessNodes[led],
+                             kBrightnessReadSize, kBrightnessOpenFailed, kBrightnessReadFailed};
     std::string text;
-    switch (readNodeOnce(path, kBrightnessReadSize, &text)) {
-        case NodeRead::kOpenFailed:
-            ALOGE("GetLedBrightness failed to open led node for type = %d", type);
-            return -1;
-        case NodeRead::kReadFailed:
-            ALOGI("GetLedBrightness failed to read led node for type = %d  isMax = %d", type,
-                  isMax ? 1 : 0);
-            return -1;
-        case NodeRead::kOk:
-            break;
+    if (!readLoggedNode(LOG_TAG, node, &text, type, isMax ? 1 : 0)) {
+        return -1;
     }
     int32_t value = decimalValue(text);
     ALOGI("GetLedBrightness for type = %d  isMax = %d  value = %d", type, isMax ? 1 : 0, value);
@@ -135,14 +125,18 @@ Return<int32_t> LedsCheckService::getLedBrightness(int32_t type, bool isMax) {
 }
 
 Return<void> LedsCheckService::getLedsList(getLedsList_cb _hidl_cb) {
-    std::string productName = TevVendorUtils::getInstance().getPropertyValue(kProductNameProp, "");
+    std::string product = productName();
     std::vector<int32_t> leds;
-    if (productName.find("qab") != std::string::npos) {
-        leds = {1, 2, 3, 4, 5, 6, 7};
-    } else if (productName.find("sirnak") != std::string::npos) {
-        leds = {0};
-    } else {
-        ALOGI("Product %s have no led", productName.c_str());
+    bool found = false;
+    for (const auto& set : kLedSets) {
+        if (contains(product, set.product)) {
+            leds = set.leds;
+            found = true;
+            break;
+        }
+    }
+    if (!found) {
+        ALOGI("Product %s have no led", product.c_str());
     }
     _hidl_cb(leds);
     return Void();
@@ -154,8 +148,4 @@ Return<void> LedsCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -5,11 +5,7 @@
 #include <log/log.h>
 #include <vendor/quoril/hardware/tevsensorservice/1.1/ITevSensorService.h>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::sp;
 using ::android::hardware::Void;
@@ -174,8 +170,4 @@ Return<void> SensorCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -6,18 +6,17 @@
 
 #include "TevVendorUtils.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
 // Every message of this area goes out at ERROR, the successful ones included.
-static const std::string typecCcOrientationPath =
-        "/sys/class/power_supply/usb/typec_cc_orientation";
-static const std::string typecOnPath = "/sys/module/usb20_host/parameters/typec_on";
+namespace {
+
+const std::string typecCcOrientationPath = "/sys/class/power_supply/usb/typec_cc_orientation";
+const std::string typecOnPath = "/sys/module/usb20_host/parameters/typec_on";
+
+}  // namespace
 
 Return<int32_t> UsbCheckService::getUsbPluginStatus() {
     std::string value = TevVendorUtils::getInstance().readFilePathValue(typecCcOrientationPath);
@@ -52,8 +51,4 @@ Return<void> UsbCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

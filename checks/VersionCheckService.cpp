@@ -1,12 +1,9 @@
 #include "VersionCheckService.h"
 
 #include "TevVendorUtils.h"
+#include "Vocabulary.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -24,10 +21,6 @@ constexpr const char* kVerifiedBootProp = "ro.boot.verifiedbootstate";
 constexpr const char* kKernelVersionNode = "/proc/version";
 constexpr const char* kSerialNumNode = "/proc/serial_num";
 constexpr const char* kUnknown = "unknown";
-
-std::string prop(const char* key, const char* defaultValue = "") {
-    return TevVendorUtils::getInstance().getPropertyValue(key, defaultValue);
-}
 
 }  // namespace
 
@@ -91,8 +84,4 @@ Return<void> VersionCheckService::extFun(const hidl_string& /* name */,
     return Void();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

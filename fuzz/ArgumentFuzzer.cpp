@@ -8,6 +8,7 @@
 // The device is the bundled qab profile. Paths are kept inside the device root: a path that is not
 // a device path is put under /sys/, and one with a ".." component is not passed on; nodes the calls
 // wrote and properties they set are put back after every input.
+#include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/Services.h>
@@ -16,7 +17,6 @@
 #include <filesystem>
 #include <sstream>
 
-#include "Device.h"
 #include "FuzzSupport.h"
 
 namespace {
@@ -29,7 +29,7 @@ using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
 constexpr int kMaxCalls = 4;
 
 struct Harness {
-    tevctl::Device device;
+    tevhost::profile::Profile device;
     std::string profile;
     std::map<std::string, std::string> properties;
     std::vector<Driver> drivers;
@@ -51,13 +51,13 @@ std::string insideDeviceRoot(const std::string& raw) {
     return path;
 }
 
-size_t indexOf(const tevctl::Area* area) {
-    const auto& areas = tevctl::allAreas();
+size_t indexOf(const tevcatalog::Area* area) {
+    const auto& areas = tevcatalog::allAreas();
     return static_cast<size_t>(std::find(areas.begin(), areas.end(), area) - areas.begin());
 }
 
 void writeSeeds(const std::string& dir) {
-    const auto& areas = tevctl::allAreas();
+    const auto& areas = tevcatalog::allAreas();
     int n = 0;
     auto save = [&](const Call& call) {
         tevfuzz::Seed seed;
@@ -67,16 +67,16 @@ void writeSeeds(const std::string& dir) {
         seed.save(dir, "call-" + std::to_string(n++));
     };
     // Every operation with plain arguments, and with the arguments that reach its nodes.
-    for (const tevctl::Area* area : areas) {
-        for (const tevctl::Operation& op : area->ops) save(plainCall(*area, op));
+    for (const tevcatalog::Area* area : areas) {
+        for (const tevcatalog::Operation& op : area->ops) save(plainCall(*area, op));
     }
     for (const NodeOperation& entry : nodeOperations(kUfsProduct)) save(tableCall(entry));
     // The pass-throughs on every node and property of the bundled profiles.
-    const tevctl::Area& root = tevctl::rootArea();
+    const tevcatalog::Area& root = tevcatalog::rootArea();
     for (const std::string& profile : tevfuzz::bundledProfiles()) {
         for (const auto& [key, value] : tevfuzz::profileProperties(profile)) {
             for (const char* name : {"getVendorProperty", "setVendorProperty"}) {
-                const tevctl::Operation* op = root.find(name);
+                const tevcatalog::Operation* op = root.find(name);
                 tevfuzz::Seed seed;
                 seed.byte(static_cast<uint8_t>(indexOf(&root)));
                 seed.byte(static_cast<uint8_t>(op - root.ops.data()));
@@ -90,7 +90,7 @@ void writeSeeds(const std::string& dir) {
             if (!entry.is_regular_file()) continue;
             std::string path = "/" + entry.path().lexically_relative(profile + "/fs").string();
             for (const char* name : {"getVendorFileValue", "setVendorFileValue"}) {
-                const tevctl::Operation* op = root.find(name);
+                const tevcatalog::Operation* op = root.find(name);
                 tevfuzz::Seed seed;
                 seed.byte(static_cast<uint8_t>(indexOf(&root)));
                 seed.byte(static_cast<uint8_t>(op - root.ops.data()));
@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
     gHarness = new Harness;
     Harness& h = *gHarness;
-    h.profile = tevctl::resolveProfile(kUfsProduct.name);
+    h.profile = tevhost::profile::resolve(kUfsProduct.name);
     std::string error;
     tevfuzz::check(h.device.open(h.profile, false, &error), error);
     h.properties = props::all();
@@ -120,19 +120,19 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Harness& h = *gHarness;
-    const auto& areas = tevctl::allAreas();
+    const auto& areas = tevcatalog::allAreas();
     tevfuzz::Input in(data, size);
     for (int n = 0; n < kMaxCalls; ++n) {
         // After the first call, a zero byte (or the end of the input) ends the sequence.
         if (n > 0 && in.byte() == 0) break;
-        const tevctl::Area& area = *areas[in.byte() % areas.size()];
-        const tevctl::Operation& op = area.ops[in.byte() % area.ops.size()];
+        const tevcatalog::Area& area = *areas[in.byte() % areas.size()];
+        const tevcatalog::Operation& op = area.ops[in.byte() % area.ops.size()];
         Call call{&area, &op, tevfuzz::readArgs(op, in)};
         if (area.name == "root" && op.name.find("FileValue") != std::string::npos) {
-            std::vector<tevctl::Value> values = call.args.values();
+            std::vector<tevcatalog::Value> values = call.args.values();
             values[0].text = insideDeviceRoot(values[0].text);
             if (values[0].text.empty()) continue;
-            call.args = tevctl::Args(values);
+            call.args = tevcatalog::Args(values);
         }
         if (!terminationOf(area.name, op.name, [](const std::string&) { return false; }).empty()) {
             continue;

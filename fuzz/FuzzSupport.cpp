@@ -63,23 +63,23 @@ void Seed::save(const std::string& dir, const std::string& name) const {
     out << mBytes;
 }
 
-tevctl::Args readArgs(const tevctl::Operation& op, Input& in) {
-    std::vector<tevctl::Value> values;
-    for (const tevctl::Param& p : op.params) {
-        tevctl::Value v(p.type);
+tevcatalog::Args readArgs(const tevcatalog::Operation& op, Input& in) {
+    std::vector<tevcatalog::Value> values;
+    for (const tevcatalog::Param& p : op.params) {
+        tevcatalog::Value v(p.type);
         v.info = p.info;
         switch (p.type) {
-            case tevctl::Type::kInt32:
-            case tevctl::Type::kEnum:
+            case tevcatalog::Type::kInt32:
+            case tevcatalog::Type::kEnum:
                 v.number = in.i32();
                 break;
-            case tevctl::Type::kBool:
+            case tevcatalog::Type::kBool:
                 v.number = in.byte() & 1;
                 break;
-            case tevctl::Type::kString:
+            case tevcatalog::Type::kString:
                 v.text = in.text();
                 break;
-            case tevctl::Type::kStringList:
+            case tevcatalog::Type::kStringList:
                 for (int n = in.byte() % 4; n > 0; --n) v.texts.push_back(in.text());
                 break;
             default:
@@ -87,23 +87,23 @@ tevctl::Args readArgs(const tevctl::Operation& op, Input& in) {
         }
         values.push_back(v);
     }
-    return tevctl::Args(values);
+    return tevcatalog::Args(values);
 }
 
-void writeArgs(const tevctl::Args& args, Seed& seed) {
-    for (const tevctl::Value& v : args.values()) {
+void writeArgs(const tevcatalog::Args& args, Seed& seed) {
+    for (const tevcatalog::Value& v : args.values()) {
         switch (v.type) {
-            case tevctl::Type::kInt32:
-            case tevctl::Type::kEnum:
+            case tevcatalog::Type::kInt32:
+            case tevcatalog::Type::kEnum:
                 seed.i32(static_cast<int32_t>(v.number));
                 break;
-            case tevctl::Type::kBool:
+            case tevcatalog::Type::kBool:
                 seed.byte(v.number ? 1 : 0);
                 break;
-            case tevctl::Type::kString:
+            case tevcatalog::Type::kString:
                 seed.text(v.text);
                 break;
-            case tevctl::Type::kStringList:
+            case tevcatalog::Type::kStringList:
                 seed.byte(static_cast<uint8_t>(v.texts.size()));
                 for (const std::string& t : v.texts) seed.text(t);
                 break;
@@ -177,18 +177,18 @@ void check(bool ok, const std::string& what) {
     abort();
 }
 
-void checkOutcome(const tevhost::stress::Call& call, const tevctl::Outcome& outcome) {
+void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Outcome& outcome) {
     check(outcome.transportError.empty(), call.name() + ": transport error");
     check(outcome.callbacks.size() <= 1, call.name() + ": callback called more than once");
     check(call.op->name != "extFun" || outcome.callbacks.empty(),
           call.name() + ": extFun called its callback");
 }
 
-tevctl::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
-                              const tevhost::stress::Call& call) {
+tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
+                                  const tevhost::stress::Call& call) {
     const bool sleeps = call.area->name == "display" && call.op->name == "doSelfTestAndGetResult";
     tevhost::sandbox::setVirtualClock(sleeps);
-    tevctl::Outcome outcome = tevhost::stress::callOn(service, call);
+    tevcatalog::Outcome outcome = tevhost::stress::callOn(service, call);
     tevhost::sandbox::setVirtualClock(false);
     return outcome;
 }
@@ -208,7 +208,7 @@ namespace tevfuzz {
 rootWithEveryArea() {
     auto root = ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService::getService();
     check(root != nullptr, "no root service");
-    for (const tevctl::Area* area : tevctl::allAreas()) area->get(*root);
+    for (const tevcatalog::Area* area : tevcatalog::allAreas()) area->get(*root);
     return root;
 }
 

@@ -13,7 +13,7 @@
 
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
-#include "CatalogCalls.h"
+#include "OperationCalls.h"
 
 namespace tevfuzz {
 
@@ -46,9 +46,9 @@ class Seed {
 
 // Arguments for |op| read from |in|: integers and enums as raw 32-bit values, booleans as a byte,
 // texts, and lists as a count byte (0 to 3) and that many texts.
-tevctl::Args readArgs(const tevctl::Operation& op, Input& in);
+tevcatalog::Args readArgs(const tevcatalog::Operation& op, Input& in);
 // The seed fields that readArgs reads back as |args|.
-void writeArgs(const tevctl::Args& args, Seed& seed);
+void writeArgs(const tevcatalog::Args& args, Seed& seed);
 
 // A scratch folder of this process (removed when it exits) to serve as the device root.
 std::string scratchFolder(const char* name);
@@ -71,13 +71,13 @@ void check(bool ok, const std::string& what);
 
 // Checks that hold for every call of every operation: the transport status is OK, the callback is
 // called at most once, never by extFun.
-void checkOutcome(const tevhost::stress::Call& call, const tevctl::Outcome& outcome);
+void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Outcome& outcome);
 
 // Makes |call| with the sleeps of the service (the touch-panel self-test waits 12 s) on the
 // virtual clock, and every other call with the real one: the clock is process-wide, and
 // libFuzzer's own threads sleep too (on the virtual clock they would spin).
-tevctl::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
-                              const tevhost::stress::Call& call);
+tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
+                                  const tevhost::stress::Call& call);
 
 // Forgets what the host stand-ins recorded (log lines, calibration library calls), keeping the
 // calibration library's answers.

@@ -6,6 +6,7 @@
 // Input: [case][for each property: state (even: set, odd: unset), text][integer argument]
 //
 // The device is the bundled qab profile (its nodes and its other properties).
+#include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/Services.h>
@@ -15,7 +16,6 @@
 
 #include "CameraCheckService.h"
 #include "ChargerCheckService.h"
-#include "Device.h"
 #include "FPCheckService.h"
 #include "FlashLifeCheckService.h"
 #include "FuzzSupport.h"
@@ -77,7 +77,7 @@ const std::vector<Case> kCases = {
 };
 
 struct Harness {
-    tevctl::Device device;
+    tevhost::profile::Profile device;
     std::string profile;
     std::map<std::string, std::string> properties;
     sp<ITevVendorService> root;
@@ -85,10 +85,10 @@ struct Harness {
 Harness* gHarness = nullptr;
 
 // The operations a case calls.
-std::vector<const tevctl::Operation*> operationsOf(const Case& c) {
-    const tevctl::Area* area = tevctl::findArea(c.area);
-    std::vector<const tevctl::Operation*> ops;
-    for (const tevctl::Operation& op : area->ops) {
+std::vector<const tevcatalog::Operation*> operationsOf(const Case& c) {
+    const tevcatalog::Area* area = tevcatalog::findArea(c.area);
+    std::vector<const tevcatalog::Operation*> ops;
+    for (const tevcatalog::Operation& op : area->ops) {
         bool named = c.ops.empty() ? op.reads : false;
         for (const char* name : c.ops) named = named || op.name == name;
         if (named) ops.push_back(&op);
@@ -96,19 +96,19 @@ std::vector<const tevctl::Operation*> operationsOf(const Case& c) {
     return ops;
 }
 
-tevctl::Args argsFor(const tevctl::Operation& op, int32_t number) {
-    std::vector<tevctl::Value> values;
-    for (const tevctl::Param& p : op.params) {
-        tevctl::Value v(p.type);
+tevcatalog::Args argsFor(const tevcatalog::Operation& op, int32_t number) {
+    std::vector<tevcatalog::Value> values;
+    for (const tevcatalog::Param& p : op.params) {
+        tevcatalog::Value v(p.type);
         v.info = p.info;
-        v.number = p.type == tevctl::Type::kBool ? number & 1 : number;
+        v.number = p.type == tevcatalog::Type::kBool ? number & 1 : number;
         // getVendorProperty reads the fuzzed property, with the number as its default.
-        if (p.type == tevctl::Type::kString) {
+        if (p.type == tevcatalog::Type::kString) {
             v.text = p.name == "key" ? "vendor.fuzz.value" : std::to_string(number);
         }
         values.push_back(v);
     }
-    return tevctl::Args(values);
+    return tevcatalog::Args(values);
 }
 
 void writeSeeds(const std::string& dir) {
@@ -135,7 +135,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
     gHarness = new Harness;
     Harness& h = *gHarness;
-    h.profile = tevctl::resolveProfile(kUfsProduct.name);
+    h.profile = tevhost::profile::resolve(kUfsProduct.name);
     std::string error;
     tevfuzz::check(h.device.open(h.profile, false, &error), error);
     h.properties = props::all();
@@ -156,9 +156,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const int32_t number = in.i32();
 
-    const tevctl::Area& area = *tevctl::findArea(c.area);
+    const tevcatalog::Area& area = *tevcatalog::findArea(c.area);
     sp<IBase> service = c.fresh ? c.fresh() : area.get(*h.root);
-    for (const tevctl::Operation* op : operationsOf(c)) {
+    for (const tevcatalog::Operation* op : operationsOf(c)) {
         if (!terminationOf(c.area, op->name, [](const std::string&) { return false; }).empty()) {
             continue;
         }

@@ -14,11 +14,7 @@
 #include "UsbCheckService.h"
 #include "VersionCheckService.h"
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::hardware::Void;
 
@@ -129,8 +125,4 @@ ITevVendorService* HIDL_FETCH_ITevVendorService(const char* /* name */) {
     return new TevVendorService();
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

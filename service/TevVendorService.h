@@ -2,11 +2,7 @@
 
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 using ::android::sp;
 using ::android::hardware::hidl_string;
@@ -71,8 +67,4 @@ class TevVendorService : public ITevVendorService {
 
 extern "C" ITevVendorService* HIDL_FETCH_ITevVendorService(const char* name);
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <tevhost/Log.h>
+#include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/SensorCal.h>
@@ -13,9 +14,8 @@
 #include <fstream>
 #include <set>
 
-#include "CatalogCalls.h"
-#include "Device.h"
 #include "NodeOperations.h"
+#include "OperationCalls.h"
 
 namespace tevhost {
 namespace stress {
@@ -48,7 +48,7 @@ class Audit {
     // its node too.
     bool open(const Product& product, std::string* error) {
         mProduct = product;
-        mProfile = tevctl::resolveProfile(product.name);
+        mProfile = tevhost::profile::resolve(product.name);
         if (!mDevice.open(mProfile, false, error)) return false;
         sandbox::setVirtualClock(true);
         props::unset("ro.boot.cpuid");
@@ -121,7 +121,7 @@ class Audit {
 
     Product mProduct;
     std::string mProfile;
-    tevctl::Device mDevice;
+    tevhost::profile::Profile mDevice;
     sp<ITevVendorService> mRoot;
 };
 
@@ -155,8 +155,9 @@ TEST(AuditTest, EmmcProductGivesBackItsDescriptorsOnEveryNodeState) {
                         problems.push_back(error);
                     } else {
                         problems = audit.descriptorProblems(&skipped);
-                        if (audit.call(plainCall(tevctl::flashLifeArea(),
-                                                 *tevctl::flashLifeArea().find("readVendorName")))
+                        if (audit.call(plainCall(
+                                               tevcatalog::flashLifeArea(),
+                                               *tevcatalog::flashLifeArea().find("readVendorName")))
                                     .find("CID_MANFID") == std::string::npos) {
                             problems.push_back("the storage area does not read the eMMC nodes");
                         }
@@ -231,7 +232,7 @@ TEST(AuditTest, MakingAndDroppingRootsAndTheirAreasLeavesNothingBehind) {
     ASSERT_TRUE(audit.open(kUfsProduct, &error)) << error;
     auto cycle = [] {
         sp<ITevVendorService> root = ITevVendorService::getService();
-        for (const tevctl::Area* area : tevctl::allAreas()) {
+        for (const tevcatalog::Area* area : tevcatalog::allAreas()) {
             EXPECT_NE(area->get(*root), nullptr) << area->name;
         }
         forgetHostRecords();

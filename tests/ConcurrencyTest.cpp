@@ -4,14 +4,14 @@
 // area's process-wide answers).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tevhost/Profile.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/Services.h>
 
 #include <mutex>
 #include <thread>
 
-#include "CatalogCalls.h"
-#include "Device.h"
+#include "OperationCalls.h"
 
 namespace tevhost {
 namespace stress {
@@ -25,15 +25,16 @@ constexpr int kThreads = 4;
 constexpr int kRounds = 50;
 
 TEST(ConcurrencyTest, ThreadsReadingAtOnceGetTheAnswersOfOneThread) {
-    tevctl::Device device;
+    tevhost::profile::Profile device;
     std::string error;
-    ASSERT_TRUE(device.open(tevctl::resolveProfile(kUfsProduct.name), false, &error)) << error;
+    ASSERT_TRUE(device.open(tevhost::profile::resolve(kUfsProduct.name), false, &error)) << error;
     sandbox::setVirtualClock(true);
     sp<ITevVendorService> root = ITevVendorService::getService();
     ASSERT_NE(root, nullptr);
 
     // Every area is created here, before any thread runs: the root creates them unguarded.
-    for (const tevctl::Area* area : tevctl::allAreas()) ASSERT_NE(area->get(*root), nullptr);
+    for (const tevcatalog::Area* area : tevcatalog::allAreas())
+        ASSERT_NE(area->get(*root), nullptr);
 
     std::vector<Call> calls;
     for (const Call& c : everyOperation(kUfsProduct, true)) {

@@ -5,27 +5,73 @@
 
 #include <cctype>
 #include <climits>
+#include <cstdarg>
 #include <vector>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
+
+NodeDescriptor::NodeDescriptor(const char* path, int flags) : mFd(open(path, flags)) {}
+
+NodeDescriptor::~NodeDescriptor() {
+    if (mFd >= 0) {
+        close(mFd);
+    }
+}
+
+NodeDescriptor::NodeDescriptor(NodeDescriptor&& other) noexcept : mFd(other.mFd) {
+    other.mFd = -1;
+}
+
+NodeDescriptor& NodeDescriptor::operator=(NodeDescriptor&& other) noexcept {
+    if (this != &other) {
+        if (mFd >= 0) {
+            close(mFd);
+        }
+        mFd = other.mFd;
+        other.mFd = -1;
+    }
+    return *this;
+}
+
+int NodeDescriptor::write(const void* data, size_t size) const {
+    return static_cast<int>(::write(mFd, data, size));
+}
+
+ssize_t NodeDescriptor::read(void* buffer, size_t size) const {
+    return ::read(mFd, buffer, size);
+}
 
 NodeRead readNodeOnce(const char* path, size_t size, std::string* text) {
-    int fd = open(path, O_RDONLY | O_NONBLOCK);
-    if (fd < 0) {
+    NodeDescriptor node(path, O_RDONLY | O_NONBLOCK);
+    if (!node.isOpen()) {
         return NodeRead::kOpenFailed;
     }
     std::vector<char> buffer(size, 0);
-    ssize_t count = read(fd, buffer.data(), size);
-    close(fd);
+    ssize_t count = node.read(buffer.data(), size);
     if (count < 0) {
         return NodeRead::kReadFailed;
     }
     text->assign(buffer.data(), static_cast<size_t>(count));
     return NodeRead::kOk;
+}
+
+bool readLoggedNode(const char* tag, const LoggedNode& node, std::string* text, ...) {
+    const NodeLogLine* failure = nullptr;
+    switch (readNodeOnce(node.path, node.size, text)) {
+        case NodeRead::kOpenFailed:
+            failure = &node.openFailed;
+            break;
+        case NodeRead::kReadFailed:
+            failure = &node.readFailed;
+            break;
+        case NodeRead::kOk:
+            return true;
+    }
+    va_list args;
+    va_start(args, text);
+    __android_log_vprint(failure->priority, tag, failure->format, args);
+    va_end(args);
+    return false;
 }
 
 int32_t decimalValue(const std::string& text) {
@@ -62,8 +108,4 @@ int32_t decimalValue(const std::string& text) {
     return static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long>(value)));
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

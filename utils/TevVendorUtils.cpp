@@ -8,11 +8,7 @@
 #include <cstring>
 #include <fstream>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 namespace {
 constexpr const char* kSuccess = "success";
@@ -122,8 +118,4 @@ bool TevVendorUtils::checkProductInList(std::string product, std::vector<std::st
     return false;
 }
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

@@ -3,11 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace vendor {
-namespace quoril {
-namespace hardware {
-namespace tevvendorservice {
-namespace implementation {
+namespace vendor::quoril::hardware::tevvendorservice::implementation {
 
 // The one place through which the areas read and write system properties and kernel nodes, and
 // match the product name against their product lists. Stateless; one instance per process.
@@ -30,8 +26,4 @@ class TevVendorUtils {
     TevVendorUtils& operator=(const TevVendorUtils&) = delete;
 };
 
-}  // namespace implementation
-}  // namespace tevvendorservice
-}  // namespace hardware
-}  // namespace quoril
-}  // namespace vendor
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation

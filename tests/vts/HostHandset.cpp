@@ -1,12 +1,11 @@
 // On the host, the target test runs against the passthrough library on the bundled default
 // device, set up once for the whole run as a handset would be.
 #include <gtest/gtest.h>
+#include <tevhost/Profile.h>
 #include <tevhost/Sandbox.h>
 
 #include <cstdlib>
 #include <string>
-
-#include "Device.h"
 
 namespace {
 
@@ -15,7 +14,7 @@ class HostHandset : public ::testing::Environment {
     void SetUp() override {
         std::string error;
         tevhost::sandbox::setVirtualClock(true);
-        if (!mDevice.open(tevctl::defaultProfile(), false, &error)) {
+        if (!mDevice.open(tevhost::profile::defaultDir(), false, &error)) {
             fprintf(stderr, "host handset: %s\n", error.c_str());
             abort();
         }
@@ -23,7 +22,7 @@ class HostHandset : public ::testing::Environment {
     void TearDown() override { mDevice.close(); }
 
   private:
-    tevctl::Device mDevice;
+    tevhost::profile::Profile mDevice;
 };
 
 const auto* const kHandset = ::testing::AddGlobalTestEnvironment(new HostHandset);

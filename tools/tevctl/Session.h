@@ -3,6 +3,7 @@
 // sleeps, log lines).
 #pragma once
 
+#include <tevcatalog/Catalog.h>
 #include <tevhost/Log.h>
 #include <tevhost/Sandbox.h>
 
@@ -10,9 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "Catalog.h"
-
 namespace tevctl {
+
+// The tool speaks the catalogue's vocabulary throughout.
+using namespace ::tevcatalog;
 
 struct CallRecord {
     const Area* area = nullptr;

@@ -1,0 +1,62 @@
+#include <tevcatalog/Calls.h>
+#include <tevcatalog/Values.h>
+
+#include <stdexcept>
+
+namespace tevcatalog {
+
+std::string Call::name() const {
+    std::string text = area->name + "." + op->name;
+    for (const Value& v : args.values()) text += " " + textValue(v);
+    return text;
+}
+
+Call parsedCall(const Area& area, const Operation& op, const std::vector<std::string>& texts) {
+    Call call{&area, &op, {}};
+    std::string error;
+    if (!parseArgs(area, op, texts, &call.args, &error)) {
+        throw std::invalid_argument(area.name + "." + op.name + ": " + error);
+    }
+    return call;
+}
+
+Call plainCall(const Area& area, const Operation& op) {
+    std::vector<std::string> texts;
+    for (const Param& p : op.params) {
+        switch (p.type) {
+            case Type::kInt32:
+            case Type::kEnum:
+                texts.push_back("1");
+                break;
+            case Type::kBool:
+                texts.push_back("true");
+                break;
+            default:
+                texts.push_back("");
+                break;
+        }
+    }
+    return parsedCall(area, op, texts);
+}
+
+Outcome callOn(IBase& service, const Call& call) {
+    Outcome out;
+    call.op->call(service, call.args, out);
+    return out;
+}
+
+std::string answerText(const Call& call, const Outcome& out) {
+    std::string text;
+    if (out.result) text = textValue(*out.result);
+    for (const Value& v : out.callbacks) text += " cb " + textValue(v);
+    if (call.op->callback != Type::kVoid && out.callbacks.empty()) text += " (no callback)";
+    if (!out.transportError.empty()) text += " (transport error " + out.transportError + ")";
+    return text;
+}
+
+std::string answer(ITevVendorService& root, const Call& call) {
+    sp<IBase> service = call.area->get(root);
+    return answerText(call, callOn(*service, call));
+}
+
+}  // namespace tevcatalog

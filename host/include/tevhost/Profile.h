@@ -1,0 +1,65 @@
+// A device profile: a folder with "properties" (getprop output or key=value lines), "fs/" (the
+// nodes at their device paths) and optionally "drivers" (PATH WORD REPLY lines: after WORD is
+// written to PATH, PATH reads REPLY), "sensorcal" (the closed calibration library's answers) and
+// "hall" (the sibling sensor test service). Loading one sets up the simulated handset.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tevhost::profile {
+
+// The folder of the bundled profiles: $TEVCTL_DEVICES, else the source tree's devices/.
+std::string bundledDir();
+// The profile used when none is named: the bundled qab.
+std::string defaultDir();
+// |arg| as a profile folder: an existing folder, or the name of a bundled profile.
+std::string resolve(const std::string& arg);
+
+// A driver of the node at |path|: after |word| is written to it in one open-to-close session, it
+// reads |reply|.
+struct Driver {
+    std::string path;  // the device path ("/proc/...")
+    std::string word;
+    std::string reply;
+};
+
+// One "PATH WORD REPLY" line: WORD and REPLY take C escapes, REPLY is the rest of the line (it may
+// be empty). False with |error| when WORD is missing ("|what| needs PATH WORD REPLY"), PATH is not
+// a device path, or an escape is wrong.
+bool parseDriver(const std::string& line, const std::string& what, Driver* driver,
+                 std::string* error);
+// The drivers of a "drivers" file; blank lines and lines whose first word starts with '#' are
+// skipped. A missing file declares none. False with |error| ("FILE:LINE: what") on a bad line.
+bool loadDrivers(const std::string& file, std::vector<Driver>* drivers, std::string* error);
+// Declares |drivers| in the sandbox.
+void declare(const std::vector<Driver>& drivers);
+
+// The simulated handset set up from one profile; the scratch copy of its nodes lives as long as
+// this object (or until close()).
+class Profile {
+  public:
+    Profile() = default;
+    ~Profile();
+    Profile(const Profile&) = delete;
+    Profile& operator=(const Profile&) = delete;
+
+    // Loads the profile at |dir|: its properties into the property store, its nodes as the device
+    // root (a scratch copy, or |dir|/fs itself when |inPlace|), its drivers into the sandbox, and
+    // the calibration library's and the sibling service's answers.
+    bool open(const std::string& dir, bool inPlace, std::string* error);
+    // Removes the scratch copy (if any); safe to call twice.
+    void close();
+
+    const std::string& dir() const { return mDir; }
+
+    // Edits of the node tree; |path| is a device path ("/sys/...").
+    bool writeNode(const std::string& path, const std::string& content, std::string* error);
+    bool removeNode(const std::string& path, std::string* error);
+
+  private:
+    std::string mDir;
+    std::string mScratch;
+};
+
+}  // namespace tevhost::profile

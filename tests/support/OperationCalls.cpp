@@ -1,0 +1,37 @@
+#include "OperationCalls.h"
+
+#include <tevcatalog/Catalog.h>
+
+#include <stdexcept>
+
+namespace tevhost {
+namespace stress {
+
+Call tableCall(const NodeOperation& entry) {
+    const tevcatalog::Area* area = tevcatalog::findArea(entry.area);
+    const tevcatalog::Operation* op = area ? area->find(entry.op) : nullptr;
+    if (op == nullptr) throw std::invalid_argument("no operation " + entry.name());
+    return tevcatalog::parsedCall(*area, *op, entry.args);
+}
+
+std::vector<Call> everyOperation(const Product& product, bool readingOnly) {
+    const std::vector<NodeOperation> table = nodeOperations(product);
+    std::vector<Call> calls;
+    for (const tevcatalog::Area* area : tevcatalog::allAreas()) {
+        for (const tevcatalog::Operation& op : area->ops) {
+            if (readingOnly && !op.reads) continue;
+            Call call = plainCall(*area, op);
+            for (const NodeOperation& entry : table) {
+                if (entry.area == area->name && entry.op == op.name) {
+                    call = tableCall(entry);
+                    break;
+                }
+            }
+            calls.push_back(call);
+        }
+    }
+    return calls;
+}
+
+}  // namespace stress
+}  // namespace tevhost

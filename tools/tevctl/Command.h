@@ -1,0 +1,61 @@
+// What tevctl's commands share: the options, usage errors, a call given in words, and the
+// commands themselves (list, report, run; call is made by main).
+#pragma once
+
+#include <tevhost/Profile.h>
+
+#include <string>
+#include <vector>
+
+#include "Session.h"
+
+namespace tevctl {
+
+// What the command line asked for, besides the command.
+struct Options {
+    bool steps = false;  // run: each call's text output is headed by the call
+    std::string device;
+    bool json = false;
+    bool log = false;
+    bool realTime = false;
+    bool inPlace = false;
+};
+
+// A usage error: one line on stderr, exit status 2.
+class UsageError {
+  public:
+    explicit UsageError(std::string message) : message(std::move(message)) {}
+    std::string message;
+};
+
+// A call as given in words: AREA OP ARG...
+struct CallRequest {
+    const Area* area;
+    const Operation* op;
+    Args args;
+};
+
+// Parses AREA OP ARG...; throws UsageError naming what is wrong.
+CallRequest parseCall(const std::vector<std::string>& words);
+
+// The one line that says the root hands out no object for |area|.
+std::string unavailable(const Area& area);
+
+// list: the areas and every operation with its argument and result types.
+int commandList(Session& session, const Options& o);
+// report: every reading operation without arguments, of every area, on the profile |device|.
+int commandReport(Session& session, const Options& o, const std::string& device);
+
+// A bad run step: "FILE:LINE: what", and the exit status it gives.
+class StepError {
+  public:
+    StepError(std::string message, int status) : message(std::move(message)), status(status) {}
+    std::string message;
+    int status;
+};
+
+// run: the steps of |file| (standard input when empty or "-"), one per line, in one process.
+int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
+               const std::string& file);
+
+}  // namespace tevctl
