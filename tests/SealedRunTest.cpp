@@ -143,7 +143,9 @@ TEST_F(SealedRunTest, NoStepOrPassThroughLeavesTheProfile) {
             }
             EXPECT_EQ(tree(mTemp / "decoy"), decoyBefore);
             EXPECT_TRUE(fs::is_empty(mTemp / "tmp"));  // no scratch copy left behind
-            if (!inPlace) EXPECT_EQ(tree(mTemp / "profile"), profileBefore);
+            if (!inPlace) {
+                EXPECT_EQ(tree(mTemp / "profile"), profileBefore);
+            }
         }
     }
     // In place, the steps changed the profile itself, and only there.
