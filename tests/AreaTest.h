@@ -23,8 +23,8 @@ using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
 
-// Node states besides plain content. A folder opens but cannot be read; /dev/full opens but
-// refuses every write.
+// Node states besides plain content. A folder opens but cannot be read; a full node opens but
+// refuses every write, as /dev/full does.
 constexpr const char* kAbsent = "<absent>";
 constexpr const char* kDenied = "<denied>";
 constexpr const char* kFolder = "<folder>";
@@ -75,8 +75,7 @@ class AreaTest : public HandsetTest {
             folderNode(path);
         } else if (state == kFull) {
             node(path, "");
-            std::filesystem::remove(hostPath(path));
-            std::filesystem::create_symlink("/dev/full", hostPath(path));
+            sandbox::refuseWrites(path);
         } else if (state != kAbsent) {
             node(path, state);
         }

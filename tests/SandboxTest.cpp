@@ -54,8 +54,8 @@ TEST_F(SandboxTest, OtherPathsPassThrough) {
     EXPECT_EQ(sandbox::hostPath("/sys"), hostPath("/sys"));
     EXPECT_EQ(sandbox::hostPath("/proc/12ab"), hostPath("/proc/12ab"));
     EXPECT_EQ(sandbox::devicePath("d/x"), "/d/x");
-    // Paths are joined as text, never resolved.
-    EXPECT_EQ(sandbox::hostPath("/sys/../etc"), hostPath("/sys/../etc"));
+    // ".." stops at the device root.
+    EXPECT_EQ(sandbox::hostPath("/sys/../../etc"), hostPath("/etc"));
 }
 
 TEST_F(SandboxTest, NothingIsMappedWithoutARoot) {

@@ -30,9 +30,21 @@ std::vector<Line> lines() {
     return sink().lines;
 }
 
+size_t count() {
+    std::lock_guard<std::mutex> guard(sink().lock);
+    return sink().lines.size();
+}
+
 void clear() {
     std::lock_guard<std::mutex> guard(sink().lock);
     sink().lines.clear();
+}
+
+std::vector<Line> takeLines() {
+    std::vector<Line> taken;
+    std::lock_guard<std::mutex> guard(sink().lock);
+    taken.swap(sink().lines);
+    return taken;
 }
 
 void setEcho(bool echo) {

@@ -1,9 +1,14 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <tevhost/Cleanup.h>
 #include <tevhost/FakeSensorService.h>
 #include <tevhost/Profile.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
 #include <tevhost/SensorCal.h>
 #include <tevhost/Text.h>
+
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -184,6 +189,9 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
         *error = nodes.string() + " is not a folder, where the nodes' folder is expected";
         return false;
     }
+    if (fs::is_directory(nodes, ec) && !sandbox::checkRoot(nodes.string(), error)) return false;
+    // An in-place run keeps the profile for itself; a copy waits until none writes to it.
+    if (!lock(profile.string(), inPlace ? LOCK_EX : LOCK_SH, error)) return false;
     props::clear();
     if (!loadKeyValues(properties, props::loadFile, error)) return false;
     std::string root;
@@ -198,10 +206,12 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
             return false;
         }
         mScratch = pattern;
+        cleanup::removeAtExit(mScratch);
         root = mScratch;
         if (fs::is_directory(nodes, ec)) {
             if (!copyTree(nodes, root, error)) return false;
         }
+        unlock();
     }
     sandbox::reset();
     sandbox::setRoot(root);
@@ -213,40 +223,46 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
 }
 
 void Profile::close() {
+    unlock();
     if (mScratch.empty()) return;
     sandbox::setRoot("");
-    std::error_code ignored;
-    fs::remove_all(mScratch, ignored);
+    cleanup::removeNow();
     mScratch.clear();
 }
 
-bool Profile::writeNode(const std::string& path, const std::string& content, std::string* error) {
-    std::string device = sandbox::devicePath(path);
-    if (device.empty()) {
-        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+bool Profile::lock(const std::string& profile, int how, std::string* error) {
+    unlock();
+    mLock = ::open(profile.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (mLock < 0) {
+        *error = "cannot open " + profile + ": " + strerror(errno);
         return false;
     }
-    fs::path host = sandbox::hostPath(device);
-    std::error_code ec;
-    fs::create_directories(host.parent_path(), ec);
-    std::ofstream out(host, std::ios::binary | std::ios::trunc);
-    out << content;
-    if (!out.flush()) {
-        *error = "cannot write " + device;
-        return false;
+    if (flock(mLock, how | LOCK_NB) == 0) return true;
+    if (errno == EWOULDBLOCK && mOnWait) {
+        mOnWait(mDir + " is in use by an --in-place run; waiting for it to end");
+    }
+    while (flock(mLock, how) != 0) {
+        if (errno != EINTR) {
+            *error = "cannot lock " + profile + ": " + strerror(errno);
+            unlock();
+            return false;
+        }
     }
     return true;
 }
 
+void Profile::unlock() {
+    if (mLock < 0) return;
+    ::close(mLock);  // lets go of the lock
+    mLock = -1;
+}
+
+bool Profile::writeNode(const std::string& path, const std::string& content, std::string* error) {
+    return sandbox::writeNode(path, content, error);
+}
+
 bool Profile::removeNode(const std::string& path, std::string* error) {
-    std::string device = sandbox::devicePath(path);
-    if (device.empty()) {
-        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
-        return false;
-    }
-    std::error_code ec;
-    fs::remove_all(sandbox::hostPath(device), ec);
-    return true;
+    return sandbox::removeNode(path, error);
 }
 
 }  // namespace tevhost::profile

@@ -127,6 +127,7 @@ int run(int argc, char** argv) {
     std::string profile =
             deviceGiven ? tevhost::profile::resolve(o.device) : tevhost::profile::defaultDir();
     tevhost::profile::Profile device;
+    device.onWait([](const std::string& why) { fprintf(stderr, "tevctl: %s\n", why.c_str()); });
     std::string error;
     if (!device.open(profile, o.inPlace, &error)) throw UsageError(error);
     Session session(o.realTime);

@@ -23,19 +23,17 @@ using ::android::hardware::hidl_handle;
 // The call in flight, reached from the sleep notifier and the termination handlers.
 struct InFlight {
     CallRecord* record = nullptr;
-    size_t firstWrite = 0;
-    size_t firstLog = 0;
     std::function<void(const CallRecord&)> print;
     std::function<void()> cleanUp;
 };
 
 InFlight gFlight;
 
+// What the call did: the journal and the log are emptied before each call and drained after it,
+// so a run costs the same per call however long it is, and keeps no call's records past it.
 void collect(CallRecord& record) {
-    std::vector<sandbox::Write> writes = sandbox::writes();
-    record.writes.assign(writes.begin() + std::min(gFlight.firstWrite, writes.size()), writes.end());
-    std::vector<log::Line> lines = log::lines();
-    record.log.assign(lines.begin() + std::min(gFlight.firstLog, lines.size()), lines.end());
+    record.writes = sandbox::takeWrites();
+    record.log = log::takeLines();
 }
 
 std::string describeCurrentException() {
@@ -120,8 +118,8 @@ CallRecord Session::call(const Area& area, const Operation& op, const Args& args
     record.area = &area;
     record.op = &op;
     record.args = args;
-    gFlight.firstWrite = sandbox::writes().size();
-    gFlight.firstLog = log::lines().size();
+    sandbox::clearWrites();
+    log::clear();
     gFlight.record = &record;
     // The area object is asked for inside the call, so that what its constructor logs on the
     // first request belongs to the call that caused it.

@@ -3,6 +3,7 @@
 // that makes the call through the generated interface. One table file per area (areas/).
 #pragma once
 
+#include <tevhost/Sandbox.h>
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
 #include <cstdint>
@@ -102,10 +103,12 @@ class Outcome {
 
 using CallFn = std::function<void(IBase& service, const Args& args, Outcome& out)>;
 
-// Makes a call adapter from a function of the area's own interface.
+// Makes a call adapter from a function of the area's own interface. The call runs in the
+// service: every path it names resolves inside the device root.
 template <typename I, typename F>
 CallFn on(F f) {
     return [f](IBase& service, const Args& args, Outcome& out) {
+        ::tevhost::sandbox::ServiceScope scope;
         f(static_cast<I&>(service), args, out);
     };
 }
@@ -218,6 +221,7 @@ using AreaGetter = std::function<sp<IBase>(ITevVendorService& root)>;
 template <typename I>
 AreaGetter getter(Return<sp<I>> (ITevVendorService::*fn)()) {
     return [fn](ITevVendorService& root) -> sp<IBase> {
+        ::tevhost::sandbox::ServiceScope scope;  // the area is made by the service
         sp<I> service = (root.*fn)();
         return service;
     };

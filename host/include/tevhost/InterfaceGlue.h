@@ -6,6 +6,7 @@
 #include <android/hidl/manager/1.0/IServiceNotification.h>
 #include <hidl/HidlSupport.h>
 #include <hidl/Status.h>
+#include <tevhost/Sandbox.h>
 #include <tevhost/Services.h>
 #include <unistd.h>
 
@@ -34,6 +35,7 @@ template <typename I>
     using Factory = I* (*)(const char*);
     auto factory = reinterpret_cast<Factory>(passthroughFactory(I::descriptor));
     if (factory == nullptr) return nullptr;
+    sandbox::ServiceScope scope;  // the root is made by the service
     return factory(name.c_str());
 }
 

@@ -3,6 +3,7 @@
 // environment or echo is switched on.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,13 @@ struct Line {
     std::string text;
 };
 
+// Every line since the log was last cleared or taken.
 std::vector<Line> lines();
+size_t count();
 void clear();
+// Hands over the lines and empties the log: a caller that drains it after each call keeps the
+// log's cost and memory to one call's lines.
+std::vector<Line> takeLines();
 void setEcho(bool echo);
 // The one-letter name of a priority: V, D, I, W, E, F (or '?').
 char priorityLetter(int priority);

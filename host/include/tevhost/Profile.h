@@ -4,6 +4,7 @@
 // "hall" (the sibling sensor test service). Loading one sets up the simulated handset.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -46,10 +47,16 @@ class Profile {
 
     // Loads the profile at |dir|: its properties into the property store, its nodes as the device
     // root (a scratch copy, or |dir|/fs itself when |inPlace|), its drivers into the sandbox, and
-    // the calibration library's and the sibling service's answers.
+    // the calibration library's and the sibling service's answers. A node tree holding anything
+    // but folders, files and links that stay inside it is refused. An in-place run holds the
+    // profile for itself until close(); a copy is made while no in-place run holds it (the wait
+    // is announced through |onWait|, if set). The scratch copy is removed on every exit the
+    // process can catch (tevhost/Cleanup.h).
     bool open(const std::string& dir, bool inPlace, std::string* error);
-    // Removes the scratch copy (if any); safe to call twice.
+    // Removes the scratch copy (if any) and lets go of the profile; safe to call twice.
     void close();
+    // Called with one line when open() has to wait for another run on the same profile.
+    void onWait(std::function<void(const std::string& why)> notice) { mOnWait = std::move(notice); }
 
     const std::string& dir() const { return mDir; }
 
@@ -58,8 +65,14 @@ class Profile {
     bool removeNode(const std::string& path, std::string* error);
 
   private:
+    // Takes the profile's lock (flock(2) on its folder), waiting if another run holds it.
+    bool lock(const std::string& profile, int how, std::string* error);
+    void unlock();
+
     std::string mDir;
     std::string mScratch;
+    int mLock = -1;
+    std::function<void(const std::string&)> mOnWait;
 };
 
 }  // namespace tevhost::profile
