@@ -316,7 +316,8 @@ TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
             {"fs", "x", "/fs is not a folder, where the nodes' folder is expected"},
             {"drivers", "->", "cannot read PROFILE/drivers: No such file or directory"},
             {"hall", "->", "cannot read PROFILE/hall: No such file or directory"},
-            {"fs/sys/pipe", "|", "cannot copy PROFILE/fs/sys/pipe: not a file, folder or link"},
+            {"fs/sys/pipe", "|",
+             "PROFILE/fs/sys/pipe: a FIFO; a profile's fs/ holds only folders, files and links"},
     };
     for (const auto& [file, content, says] : cases) {
         fs::remove_all(mProfile);

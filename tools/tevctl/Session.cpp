@@ -141,13 +141,14 @@ bool Session::debug(const std::vector<std::string>& options,
         since = CallRecord();
         since.area = mExpectedArea;
         since.op = mExpectedOp;
-        gFlight.firstWrite = sandbox::writes().size();
-        gFlight.firstLog = log::lines().size();
+        sandbox::clearWrites();
+        log::clear();
     };
     restart();
     gFlight.record = &since;
     const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
     sandbox::watchWrites(fd, [&](const std::string& bytes) {
+        sandbox::HostScope tool;  // what tevctl does with a row is not the service's
         collect(since);
         written(bytes, since);
         restart();
@@ -156,8 +157,11 @@ bool Session::debug(const std::vector<std::string>& options,
     nativeHandle->data[0] = fd;
     hidl_handle handle;
     handle.setTo(nativeHandle, true /* shouldOwn */);
-    const bool ok =
-            mRoot->debug(handle, hidl_vec<hidl_string>(options.begin(), options.end())).isOk();
+    bool ok;
+    {
+        sandbox::ServiceScope scope;
+        ok = mRoot->debug(handle, hidl_vec<hidl_string>(options.begin(), options.end())).isOk();
+    }
     sandbox::watchWrites(-1, nullptr);
     gFlight.record = nullptr;
     return ok;
