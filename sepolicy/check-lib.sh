@@ -4,6 +4,8 @@
 tev_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # The platform: a system/sepolicy tree, or our stand-in of it.
 platform_dir=${ANDROID_SEPOLICY_DIR:-$tev_root/tests/sepolicy/platform}
+# The vendor policy checked: this folder, or a copy of it.
+sepolicy_dir=${SEPOLICY_DIR:-$tev_root/sepolicy}
 # The sibling sensor test service's policy: its own tree's, or our stand-in of it.
 sibling_dir=${TEV_SIBLING_SEPOLICY_DIR:-$tev_root/tests/sepolicy/sibling}
 
@@ -13,11 +15,11 @@ die() {
 }
 
 # The policy folders in the order the build reads them: the platform's public, private and vendor
-# parts, the sibling's policy, then ours (SEPOLICY_DIR, sepolicy/ unless given).
+# parts, the sibling's policy, then ours.
 policy_dirs() {
     local d
     for d in "$platform_dir/public" "$platform_dir/private" "$platform_dir/vendor" "$sibling_dir" \
-        "${SEPOLICY_DIR:-$tev_root/sepolicy}"; do
+        "$sepolicy_dir"; do
         [ -d "$d" ] && echo "$d"
     done
 }
@@ -92,7 +94,7 @@ reference_path() {  # DEVICE_PATH
             print ($2 == "sysfs" ? "/sys" : $2 == "proc" ? "/proc" : "/sys/kernel/debug") $3
             exit
         }
-        { prev = $0 }' "${SEPOLICY_DIR:-$tev_root/sepolicy}/genfs_contexts")
+        { prev = $0 }' "$sepolicy_dir/genfs_contexts")
     if [ -n "$resolved" ]; then
         echo "$resolved"
     else
