@@ -2,7 +2,6 @@
 // handed and nothing else; what it does with bad handles, unknown options and missing areas.
 #include <cutils/native_handle.h>
 #include <fcntl.h>
-#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <tevcatalog/Values.h>
 #include <tevhost/FakeSensorService.h>
@@ -10,11 +9,13 @@
 #include <tevhost/SensorCal.h>
 #include <tevhost/Services.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <regex>
 #include <set>
 
+#include "ChildProcess.h"
 #include "HandsetTest.h"
 #include "TevVendorService.h"
 
@@ -62,9 +63,16 @@ void PrintTo(const Profile& p, std::ostream* os) {
 
 class DebugReportProfileTest : public ::testing::TestWithParam<Profile> {};
 
+// The words that run tevctl in a shell (in a cross build, the emulator's first).
+std::string tevctlCommand() {
+    std::string command;
+    for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) command += word + " ";
+    return command;
+}
+
 TEST_P(DebugReportProfileTest, IsTheReportTevctlPrints) {
     const Profile& p = GetParam();
-    const std::string tevctl = std::string(TEVCTL_PATH) + " --device " + p.name;
+    const std::string tevctl = tevctlCommand() + "--device " + p.name;
     const std::string json = p.json ? " --json" : "";
     auto [report, reportStatus] = run(tevctl + json + " report");
     auto [debug, debugStatus] = run(tevctl + " debug" + json);
@@ -76,7 +84,7 @@ TEST_P(DebugReportProfileTest, IsTheReportTevctlPrints) {
     EXPECT_EQ(withUnknown, "ignoring unknown option \"--verbose\"\n" + debug);
     // The rows are the catalogue's reading operations without arguments, in its order: tevctl
     // reads the report by them.
-    auto [list, listStatus] = run(std::string(TEVCTL_PATH) + " --json list");
+    auto [list, listStatus] = run(tevctlCommand() + "--json list");
     const auto catalogue = nlohmann::json::parse(list);
     std::string expected;
     for (const auto& area : catalogue["areas"]) {

@@ -18,6 +18,8 @@
 #include <fstream>
 #include <map>
 
+#include "ChildProcess.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -66,8 +68,9 @@ class SealedRunTest : public ::testing::Test {
     void TearDown() override { fs::remove_all(mTemp); }
 
     std::string command(const std::vector<std::string>& args) const {
-        std::string line = "TMPDIR=" + quote((mTemp / "tmp").string()) + " " + TEVCTL_PATH +
-                           " --device " + quote((mTemp / "profile").string());
+        std::string line = "TMPDIR=" + quote((mTemp / "tmp").string());
+        for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
+        line += " --device " + quote((mTemp / "profile").string());
         for (const auto& a : args) line += " " + quote(a);
         return line;
     }
@@ -151,6 +154,16 @@ TEST_F(SealedRunTest, NoStepOrPassThroughLeavesTheProfile) {
     // In place, the steps changed the profile itself, and only there.
     EXPECT_FALSE(fs::exists(mTemp / "profile/fs/sys/class/power_supply"));
     EXPECT_EQ(readFile(mTemp / "profile/fs/sys/class/leds/red/brightness"), "7");
+}
+
+// tevctl's own files are the host's: a script in a local folder named d is not the handset's /d.
+TEST_F(SealedRunTest, AScriptInALocalFolderNamedDIsRead) {
+    fs::create_directories(mTemp / "d");
+    std::ofstream(mTemp / "d/steps") << "call version getCpuId\n";
+    std::string line = "cd " + quote(mTemp.string()) + " && " + command({"run", "d/steps"}) + " >" +
+                       quote((mTemp / "out").string()) + " 2>&1";
+    ASSERT_EQ(std::system(line.c_str()), 0) << readFile(mTemp / "out");
+    EXPECT_EQ(readFile(mTemp / "out"), "> version getCpuId\n\"0x8b3e71d5\"\n");
 }
 
 TEST_F(SealedRunTest, AProfileHoldingWhatANodeTreeCannotIsRefused) {

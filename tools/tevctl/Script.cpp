@@ -22,11 +22,14 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
     std::istream* input = &std::cin;
     std::string name = "<stdin>";
     if (!file.empty() && file != "-") {
+        // The script is tevctl's own file: named absolutely, a relative "d/steps" is never taken
+        // for a node of the handset's /d.
         std::error_code ec;
-        if (std::filesystem::is_directory(file, ec)) {
+        std::filesystem::path script = std::filesystem::absolute(file, ec);
+        if (std::filesystem::is_directory(script, ec)) {
             throw UsageError("cannot read " + file + ": it is a folder");
         }
-        in.open(file);
+        in.open(script);
         if (!in) throw UsageError("cannot read " + file + ": " + strerror(errno));
         input = &in;
         name = file;
