@@ -21,8 +21,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -230,8 +232,63 @@ int failWith(int error) {
     return -1;
 }
 
-// openat2 on the root (or, for the process's own entries, on the host); fails closed where the
-// kernel has no openat2.
+// Where the kernel has no openat2 (or an emulator such as qemu-user does not pass it on), the same
+// walk done here: every component is looked up from the root's descriptor with no link in the
+// part already walked, ".." stops at the root, and a symbolic link is replaced by its target, an
+// absolute one read from the root. Raw system calls: the interposed entry points are ours.
+// With |ownProc| the walk is on the host, through the process's own /proc entries: there only
+// "self" and "thread-self" are followed, every other link there may be a magic one (fd/N, cwd,
+// root) and is refused.
+int openInRoot(int rootFd, const std::string& path, int flags, mode_t mode, bool ownProc = false) {
+    std::deque<std::string> todo;
+    auto prepend = [&todo](const std::string& text) {
+        std::vector<std::string> parts;
+        size_t start = 0;
+        for (size_t slash; (slash = text.find('/', start)) != std::string::npos; start = slash + 1) {
+            parts.push_back(text.substr(start, slash - start));
+        }
+        parts.push_back(text.substr(start));
+        todo.insert(todo.begin(), parts.begin(), parts.end());
+    };
+    std::vector<std::string> walked;
+    auto joined = [&walked] {
+        std::string p;
+        for (const std::string& part : walked) p += (p.empty() ? "" : "/") + part;
+        return p.empty() ? std::string(".") : p;
+    };
+    prepend(path);
+    int links = 0;
+    while (!todo.empty()) {
+        std::string part = todo.front();
+        todo.pop_front();
+        if (part.empty() || part == ".") continue;
+        if (part == "..") {
+            if (!walked.empty()) walked.pop_back();
+            continue;
+        }
+        walked.push_back(part);
+        if (todo.empty() && (flags & O_NOFOLLOW)) break;
+        struct stat st;
+        std::string here = joined();
+        if (syscall(SYS_newfstatat, rootFd, here.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0 ||
+            !S_ISLNK(st.st_mode)) {
+            continue;
+        }
+        if (++links > 40) return failWith(ELOOP);
+        if (ownProc && here != "proc/self" && here != "proc/thread-self") return failWith(ELOOP);
+        char target[PATH_MAX];
+        long n = syscall(SYS_readlinkat, rootFd, here.c_str(), target, sizeof(target) - 1);
+        if (n < 0) return -1;
+        target[n] = '\0';
+        walked.pop_back();
+        if (target[0] == '/') walked.clear();
+        prepend(target);
+    }
+    return static_cast<int>(syscall(SYS_openat, rootFd, joined().c_str(), flags | O_NOFOLLOW, mode));
+}
+
+// openat2 on the root (or, for the process's own entries, on the host); where the kernel has no
+// openat2, the same walk by hand.
 int resolveOpen(const Mapped& m, int flags, mode_t mode) {
     struct open_how how = {};
     how.flags = static_cast<uint64_t>(static_cast<unsigned>(flags));
@@ -244,7 +301,22 @@ int resolveOpen(const Mapped& m, int flags, mode_t mode) {
         dirfd = gRootFd.load();
         if (dirfd < 0) return failWith(ENOENT);
     }
-    return static_cast<int>(syscall(SYS_openat2, dirfd, m.resolve.c_str(), &how, sizeof(how)));
+    // TEVHOST_NO_OPENAT2 takes the walk by hand on any kernel, so that it is tested too.
+    static const bool kNoOpenat2 = getenv("TEVHOST_NO_OPENAT2") != nullptr;
+    int fd = kNoOpenat2 ? failWith(ENOSYS)
+                        : static_cast<int>(syscall(SYS_openat2, dirfd, m.resolve.c_str(), &how,
+                                                   sizeof(how)));
+    if (fd >= 0 || errno != ENOSYS) return fd;
+    if (m.where == Where::kOwnProc) {
+        int host = static_cast<int>(syscall(SYS_openat, AT_FDCWD, "/", O_PATH | O_CLOEXEC));
+        if (host < 0) return -1;
+        fd = openInRoot(host, m.resolve, flags, static_cast<mode_t>(how.mode), true);
+        int saved = errno;
+        realClose(host);
+        errno = saved;
+        return fd;
+    }
+    return openInRoot(dirfd, m.resolve, flags, static_cast<mode_t>(how.mode));
 }
 
 // A copy of the first page of |fd| (a sysfs attribute shows no more), or |fd| when it fits.
