@@ -25,8 +25,8 @@
 // the root): ".." stops at the root, symbolic links, absolute ones too, resolve inside it, and the
 // process's magic links are not followed. Where openat2 is missing (an old kernel, qemu-user), the
 // sandbox walks the path component by component from the root itself, to the same effect
-// (TEVHOST_NO_OPENAT2 forces that walk, for its tests). Only regular files and folders open there; anything else (a
-// FIFO, a device, a socket) is refused with EACCES and never read.
+// (TEVHOST_NO_OPENAT2 forces that walk, for its tests). Only regular files and folders open there;
+// anything else (a FIFO, a device, a socket) is refused with EACCES and never read.
 //
 // Nodes (the /sys, /proc and /d trees) behave as the kernel's: opening one never creates it; after
 // every write it holds the bytes written since it was opened (a store replaces the value: "0"
