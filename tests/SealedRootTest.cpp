@@ -19,6 +19,8 @@
 
 #include "AreaTest.h"
 
+#include "ChildProcess.h"
+
 namespace fs = std::filesystem;
 
 namespace tevhost {
@@ -169,6 +171,12 @@ const Escape kEscapes[] = {
         {"/proc/self/../../decoy/secret", true, "ENOENT"},
 };
 
+// qemu-user answers the process's own /proc entries itself: a magic link there is refused all the
+// same, but as absent.
+bool refusedAlike(const std::string& got, const std::string& want) {
+    return got == want || (want == "ELOOP" && got == "ENOENT" && !tevhost::emulator().empty());
+}
+
 TEST_F(SealedRootTest, NoPathFormReachesTheDecoys) {
     for (bool service : {false, true}) {
         std::optional<sandbox::ServiceScope> scope;
@@ -177,8 +185,8 @@ TEST_F(SealedRootTest, NoPathFormReachesTheDecoys) {
             if (e.serviceOnly && !service) continue;
             std::string path = expand(e.path);
             SCOPED_TRACE(path + (service ? " in the service" : " outside the service"));
-            EXPECT_EQ(tryOpen(path, O_RDONLY), e.read);
-            EXPECT_EQ(tryOpen(path, O_RDONLY | O_NONBLOCK), e.read);
+            EXPECT_PRED2(refusedAlike, tryOpen(path, O_RDONLY), e.read);
+            EXPECT_PRED2(refusedAlike, tryOpen(path, O_RDONLY | O_NONBLOCK), e.read);
             const bool inside = std::string(e.read) == "255";
             if (!inside) {
                 EXPECT_NE(tryOpen(path, O_WRONLY | O_TRUNC), "written") << "wrote through";

@@ -64,4 +64,8 @@ class StepError {
 int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
                const std::string& file);
 
+// The whole tool on |argv|, as main runs it; its exit status. diff runs it in a child of its own
+// for each profile (a fork, not an exec: under an emulator an exec of the tool would not run).
+int runTool(int argc, char** argv);
+
 }  // namespace tevctl

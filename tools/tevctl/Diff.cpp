@@ -39,8 +39,9 @@ std::pair<std::string, int> runSelf(const std::vector<std::string>& args) {
         argv.push_back(self);
         for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
         argv.push_back(nullptr);
-        execv("/proc/self/exe", argv.data());
-        _exit(127);
+        const int status = runTool(static_cast<int>(argv.size()) - 1, argv.data());
+        fflush(stdout);
+        _exit(status);
     }
     close(fds[1]);
     std::string out;

@@ -166,17 +166,25 @@ int run(int argc, char** argv) {
 }  // namespace
 }  // namespace tevctl
 
-int main(int argc, char** argv) {
+namespace tevctl {
+
+int runTool(int argc, char** argv) {
     // With standard output closed, a file the run opens would take its place and receive the
     // output.
     if (fcntl(STDOUT_FILENO, F_GETFD) == -1) {
-        tevctl::printError("cannot write the output: standard output is closed");
+        printError("cannot write the output: standard output is closed");
         return 1;
     }
     try {
-        return tevctl::run(argc, argv);
-    } catch (const tevctl::UsageError& e) {
-        tevctl::printError(e.message);
-        return tevctl::finishOutput(2);
+        return run(argc, argv);
+    } catch (const UsageError& e) {
+        printError(e.message);
+        return finishOutput(2);
     }
+}
+
+}  // namespace tevctl
+
+int main(int argc, char** argv) {
+    return tevctl::runTool(argc, argv);
 }
