@@ -42,6 +42,8 @@ struct State {
     std::mutex lock;
     std::string root;
     std::vector<Write> journal;
+    bool recordReached = false;
+    std::vector<std::string> reached;
     std::set<std::string> denied;
     std::multimap<std::string, Driver> drivers;
     std::unordered_map<int, OpenNode> fds;
@@ -123,6 +125,7 @@ Mapped map(const char* path) {
     m.devicePath = device;
     m.hostPath = s.root + device;
     m.denied = s.denied.count(device) > 0;
+    if (s.recordReached) s.reached.push_back(device);
     m.path = m.hostPath.c_str();
     return m;
 }
@@ -270,6 +273,17 @@ std::vector<Write> writes() {
 void clearWrites() {
     std::lock_guard<std::mutex> guard(state().lock);
     state().journal.clear();
+}
+
+void recordReached(bool on) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().recordReached = on;
+    if (on) state().reached.clear();
+}
+
+std::vector<std::string> reached() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    return state().reached;
 }
 
 void deny(const std::string& path) {

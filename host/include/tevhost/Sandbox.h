@@ -27,6 +27,12 @@ struct Write {
 std::vector<Write> writes();
 void clearWrites();
 
+// While on, every device path the process reaches (an open, access or stat, whether it succeeds
+// or not) is recorded in order: which nodes an operation touches is then seen, not restated.
+// Switching it on forgets the record.
+void recordReached(bool on);
+std::vector<std::string> reached();
+
 // Makes the open of a device path fail with EACCES (as a node the service may not read would).
 void deny(const std::string& devicePath);
 void allow(const std::string& devicePath);
