@@ -70,12 +70,13 @@ void writeSeeds(const std::string& dir) {
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
     gHarness = new Harness;
+    // Seen on the product's own profile, before the harness takes the device root over.
+    gHarness->ops = nodeOperations(kProduct);
     sandbox::setRoot(tevfuzz::scratchFolder("tevfuzz-nodes"));
     props::clear();
     props::set("ro.product.name", kProduct.name);
     // Every area is created now: the storage area decides its kind from the product name.
     gHarness->root = tevfuzz::rootWithEveryArea();
-    gHarness->ops = nodeOperations(kProduct);
     for (const NodeOperation& op : gHarness->ops) gHarness->calls.push_back(tableCall(op));
     tevfuzz::forgetHostRecords();
     return 0;

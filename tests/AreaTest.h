@@ -12,10 +12,12 @@
 #include <vector>
 
 #include "HandsetTest.h"
+#include "NodeOperations.h"
 
 namespace tevhost {
 
 using ::android::sp;
+using stress::openDescriptors;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -91,15 +93,6 @@ class AreaTest : public HandsetTest {
             }
         }
         return lines;
-    }
-
-    static size_t openDescriptors() {
-        size_t count = 0;
-        for ([[maybe_unused]] const auto& fd :
-             std::filesystem::directory_iterator("/proc/self/fd")) {
-            ++count;
-        }
-        return count;
     }
 };
 
