@@ -340,6 +340,7 @@ TEST_F(FlashLifeFreshProcessTest, EmmcVendorNameFromTheManufacturerId) {
                 {"", "CID_MANFID_HYNIX"},
                 {"ID15", "CID_MANFID_SAMSUNG"},
                 {"0x 0x11 \r", "CID_MANFID_TOSHIBA"},
+                {"0x2", "CID_MANFID_SANDISK"},
         };
         for (const auto& [manfid, name] : steps) {
             node(kEmmcManfid, manfid + std::string("\n"));
