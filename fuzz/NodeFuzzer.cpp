@@ -29,7 +29,8 @@ const Product& kProduct = kEmmcProduct;
 const Product& kProduct = kUfsProduct;
 #endif
 
-constexpr int kStates = 4;
+// What the first byte of a node's input field makes of it: its text as content, or a state.
+const char* const kStates[] = {nullptr, kAbsent, kDenied, kFolder};
 
 struct Harness {
     ::android::sp<ITevVendorService> root;
@@ -92,8 +93,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     sandbox::reset();
     h.tree.allowAll();
     for (const std::string& node : op.nodes) {
-        NodeState state = static_cast<NodeState>(in.byte() % kStates);
-        h.tree.set(node, state, in.text());
+        const char* state = kStates[in.byte() % std::size(kStates)];
+        const std::string text = in.text();
+        h.tree.set(node, state ? state : text);
     }
     for (const std::string& word : op.driverWords) sandbox::respond(op.nodes[0], word, in.text());
 
@@ -107,7 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // The next input starts from an empty tree.
     h.tree.allowAll();
-    for (const std::string& node : op.nodes) h.tree.set(node, NodeState::kAbsent);
+    for (const std::string& node : op.nodes) h.tree.set(node, kAbsent);
     tevfuzz::forgetHostRecords();
     return 0;
 }

@@ -3,7 +3,6 @@
 // and what an operation hands its callback.
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -25,12 +24,10 @@ using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
 
-// Node states besides plain content. A folder opens but cannot be read; /dev/full opens but
-// refuses every write.
-constexpr const char* kAbsent = "<absent>";
-constexpr const char* kDenied = "<denied>";
-constexpr const char* kFolder = "<folder>";
-constexpr const char* kFull = "<full>";
+using stress::kAbsent;
+using stress::kDenied;
+using stress::kFolder;
+using stress::kFull;
 
 // What |op| hands its callback, or nullopt when it returns without calling it.
 template <typename T, typename S, typename Obj, typename... P, typename... A>
@@ -68,21 +65,7 @@ class AreaTest : public HandsetTest {
     }
 
     // Puts the node at |path| into |state|: content, or one of the states above.
-    void setNode(const std::string& path, const std::string& state) {
-        sandbox::allow(path);
-        removeNode(path);
-        if (state == kDenied) {
-            denyNode(path);
-        } else if (state == kFolder) {
-            folderNode(path);
-        } else if (state == kFull) {
-            node(path, "");
-            std::filesystem::remove(hostPath(path));
-            std::filesystem::create_symlink("/dev/full", hostPath(path));
-        } else if (state != kAbsent) {
-            node(path, state);
-        }
-    }
+    void setNode(const std::string& path, const std::string& state) { mNodes.set(path, state); }
 
     // |tag|'s log lines as "I text", "E text", ...
     static std::vector<std::string> logOf(const std::string& tag) {
@@ -94,6 +77,9 @@ class AreaTest : public HandsetTest {
         }
         return lines;
     }
+
+  private:
+    stress::NodeTree mNodes;
 };
 
 }  // namespace tevhost

@@ -131,7 +131,7 @@ void observe(const std::string& profileDir, std::vector<NodeOperation>* ops) {
         }
         for (size_t seen = 0; seen != entry.nodes.size();) {
             seen = entry.nodes.size();
-            for (const std::string& node : entry.nodes) tree.set(node, NodeState::kAbsent);
+            for (const std::string& node : entry.nodes) tree.set(node, kAbsent);
             addNew(reachedBy(*root, call), &entry.nodes);
         }
         for (const std::string& node : entry.nodes) tree.restore(node, profileDir);
@@ -214,51 +214,37 @@ std::vector<NodeOperation> nodeOperations(const Product& product) {
     return ops;
 }
 
-const char* stateName(NodeState state) {
-    switch (state) {
-        case NodeState::kContent:
-            return "content";
-        case NodeState::kAbsent:
-            return "absent";
-        case NodeState::kDenied:
-            return "denied";
-        case NodeState::kFolder:
-            return "folder";
-    }
-    return "?";
-}
-
-void NodeTree::set(const std::string& devicePath, NodeState state, const std::string& content) {
+void NodeTree::set(const std::string& devicePath, const std::string& state) {
     fs::path host = sandbox::hostPath(devicePath);
     std::error_code ignored;
     fs::remove_all(host, ignored);
     sandbox::allow(devicePath);
     mDenied.erase(devicePath);
-    switch (state) {
-        case NodeState::kAbsent:
-            return;
-        case NodeState::kFolder:
-            fs::create_directories(host, ignored);
-            return;
-        case NodeState::kDenied:
-            sandbox::deny(devicePath);
-            mDenied.insert(devicePath);
-            break;
-        case NodeState::kContent:
-            break;
+    if (state == kAbsent) return;
+    if (state == kFolder) {
+        fs::create_directories(host, ignored);
+        return;
     }
     fs::create_directories(host.parent_path(), ignored);
+    if (state == kFull) {
+        fs::create_symlink("/dev/full", host, ignored);
+        return;
+    }
+    if (state == kDenied) {
+        sandbox::deny(devicePath);
+        mDenied.insert(devicePath);
+    }
     std::ofstream out(host, std::ios::binary | std::ios::trunc);
-    out << content;
+    out << (state == kDenied ? "" : state);
 }
 
 void NodeTree::restore(const std::string& devicePath, const std::string& profileDir) {
     fs::path original = fs::path(profileDir) / "fs" / devicePath.substr(1);
     std::error_code ec;
     if (fs::is_regular_file(original, ec)) {
-        set(devicePath, NodeState::kContent, fileBytes(original));
+        set(devicePath, fileBytes(original));
     } else {
-        set(devicePath, NodeState::kAbsent);
+        set(devicePath, kAbsent);
     }
 }
 

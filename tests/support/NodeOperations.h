@@ -52,20 +52,20 @@ std::vector<NodeOperation> nodeCalls();
 // in turn). Nodes, properties and log are as they were afterwards.
 std::vector<NodeOperation> nodeOperations(const Product& product);
 
-// The states a node can be in.
-enum class NodeState {
-    kContent,  // a file with the given bytes
-    kAbsent,
-    kDenied,  // there, but the open is refused with EACCES
-    kFolder,  // opens for reading, but every read fails
-};
-const char* stateName(NodeState state);
+// The states a node can be in besides holding content, written where its content would go (in
+// tables and fuzz inputs). A folder opens but every read fails; /dev/full opens but refuses every
+// write.
+constexpr const char* kAbsent = "<absent>";
+constexpr const char* kDenied = "<denied>";  // there (empty), but the open is refused with EACCES
+constexpr const char* kFolder = "<folder>";
+constexpr const char* kFull = "<full>";
 
 // The node tree of the current device root, with the states of its nodes.
 class NodeTree {
   public:
-    // Puts the node at |devicePath| ("/sys/...") into |state|, with |content| for kContent.
-    void set(const std::string& devicePath, NodeState state, const std::string& content = "");
+    // Puts the node at |devicePath| ("/sys/...") into |state|: one of the states above, else the
+    // content it is to hold.
+    void set(const std::string& devicePath, const std::string& state);
     // Gives the node back the content it has in the profile folder |profileDir| (or removes it
     // when the profile has none).
     void restore(const std::string& devicePath, const std::string& profileDir);
