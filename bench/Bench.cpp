@@ -87,13 +87,10 @@ std::vector<Driver> gDrivers;
 
 // What the host keeps of every call (log lines, node writes, sleeps, library calls) is dropped
 // every so many iterations, in the operation's loop and the floor's alike.
-void forgetHostRecords() {
-    log::clear();
+void dropHostRecords() {
+    stress::forgetHostRecords();
     sandbox::reset();
     declare(gDrivers);
-    sensorcal::Answers answers = sensorcal::answers();
-    sensorcal::reset();
-    sensorcal::setAnswers(answers);
 }
 
 void loop(benchmark::State& state, const std::function<void()>& fn) {
@@ -102,10 +99,10 @@ void loop(benchmark::State& state, const std::function<void()>& fn) {
         fn();
         if (++n == 1024) {
             n = 0;
-            forgetHostRecords();
+            dropHostRecords();
         }
     }
-    forgetHostRecords();
+    dropHostRecords();
 }
 
 char gBuffer[4096];
@@ -250,7 +247,7 @@ std::vector<Row> rows(ITevVendorService& root, const std::string& profile) {
                 };
             }
             out.push_back(row);
-            forgetHostRecords();
+            dropHostRecords();
         }
     }
     return out;
@@ -320,7 +317,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     for (const tevcatalog::Area* area : tevcatalog::allAreas()) area->get(*root);
-    forgetHostRecords();
+    dropHostRecords();
 
     const std::vector<Row> table = rows(*root, profile);
     for (const Row& row : table) {
@@ -354,7 +351,7 @@ int main(int argc, char** argv) {
             fresh.clear();
             if (++n == 256) {
                 n = 0;
-                forgetHostRecords();
+                dropHostRecords();
             }
         }
     })->UseManualTime();

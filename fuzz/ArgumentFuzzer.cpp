@@ -70,7 +70,7 @@ void writeSeeds(const std::string& dir) {
     for (const tevcatalog::Area* area : areas) {
         for (const tevcatalog::Operation& op : area->ops) save(plainCall(*area, op));
     }
-    for (const NodeOperation& entry : nodeOperations(kUfsProduct)) save(tableCall(entry));
+    for (const NodeOperation& entry : nodeCalls()) save(tableCall(entry));
     // The pass-throughs on every node and property of the bundled profiles.
     const tevcatalog::Area& root = tevcatalog::rootArea();
     for (const std::string& profile : tevfuzz::bundledProfiles()) {

@@ -193,13 +193,6 @@ tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
     return outcome;
 }
 
-void forgetHostRecords() {
-    tevhost::log::clear();
-    tevhost::sensorcal::Answers answers = tevhost::sensorcal::answers();
-    tevhost::sensorcal::reset();
-    tevhost::sensorcal::setAnswers(answers);
-}
-
 }  // namespace tevfuzz
 
 namespace tevfuzz {

@@ -79,9 +79,7 @@ void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Outcome& 
 tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
                                   const tevhost::stress::Call& call);
 
-// Forgets what the host stand-ins recorded (log lines, calibration library calls), keeping the
-// calibration library's answers.
-void forgetHostRecords();
+using ::tevhost::stress::forgetHostRecords;
 
 // The root service with every area already created (the areas that read the product name in their
 // constructor take it from the properties set now); ends the process when there is no root.

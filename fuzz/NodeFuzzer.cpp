@@ -29,7 +29,8 @@ const Product& kProduct = kEmmcProduct;
 const Product& kProduct = kUfsProduct;
 #endif
 
-constexpr int kStates = 4;
+// What the first byte of a node's input field makes of it: its text as content, or a state.
+const char* const kStates[] = {nullptr, kAbsent, kDenied, kFolder};
 
 struct Harness {
     ::android::sp<ITevVendorService> root;
@@ -70,12 +71,13 @@ void writeSeeds(const std::string& dir) {
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
     gHarness = new Harness;
+    // Seen on the product's own profile, before the harness takes the device root over.
+    gHarness->ops = nodeOperations(kProduct);
     sandbox::setRoot(tevfuzz::scratchFolder("tevfuzz-nodes"));
     props::clear();
     props::set("ro.product.name", kProduct.name);
     // Every area is created now: the storage area decides its kind from the product name.
     gHarness->root = tevfuzz::rootWithEveryArea();
-    gHarness->ops = nodeOperations(kProduct);
     for (const NodeOperation& op : gHarness->ops) gHarness->calls.push_back(tableCall(op));
     tevfuzz::forgetHostRecords();
     return 0;
@@ -91,8 +93,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     sandbox::reset();
     h.tree.allowAll();
     for (const std::string& node : op.nodes) {
-        NodeState state = static_cast<NodeState>(in.byte() % kStates);
-        h.tree.set(node, state, in.text());
+        const char* state = kStates[in.byte() % std::size(kStates)];
+        const std::string text = in.text();
+        h.tree.set(node, state ? state : text);
     }
     for (const std::string& word : op.driverWords) sandbox::respond(op.nodes[0], word, in.text());
 
@@ -106,7 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     // The next input starts from an empty tree.
     h.tree.allowAll();
-    for (const std::string& node : op.nodes) h.tree.set(node, NodeState::kAbsent);
+    for (const std::string& node : op.nodes) h.tree.set(node, kAbsent);
     tevfuzz::forgetHostRecords();
     return 0;
 }

@@ -3,7 +3,6 @@
 // and what an operation hands its callback.
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -12,10 +11,12 @@
 #include <vector>
 
 #include "HandsetTest.h"
+#include "NodeOperations.h"
 
 namespace tevhost {
 
 using ::android::sp;
+using stress::openDescriptors;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
@@ -23,12 +24,10 @@ using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
 
-// Node states besides plain content. A folder opens but cannot be read; a full node opens but
-// refuses every write, as /dev/full does.
-constexpr const char* kAbsent = "<absent>";
-constexpr const char* kDenied = "<denied>";
-constexpr const char* kFolder = "<folder>";
-constexpr const char* kFull = "<full>";
+using stress::kAbsent;
+using stress::kDenied;
+using stress::kFolder;
+using stress::kFull;
 
 // What |op| hands its callback, or nullopt when it returns without calling it.
 template <typename T, typename S, typename Obj, typename... P, typename... A>
@@ -66,20 +65,7 @@ class AreaTest : public HandsetTest {
     }
 
     // Puts the node at |path| into |state|: content, or one of the states above.
-    void setNode(const std::string& path, const std::string& state) {
-        sandbox::allow(path);
-        removeNode(path);
-        if (state == kDenied) {
-            denyNode(path);
-        } else if (state == kFolder) {
-            folderNode(path);
-        } else if (state == kFull) {
-            node(path, "");
-            sandbox::refuseWrites(path);
-        } else if (state != kAbsent) {
-            node(path, state);
-        }
-    }
+    void setNode(const std::string& path, const std::string& state) { mNodes.set(path, state); }
 
     // |tag|'s log lines as "I text", "E text", ...
     static std::vector<std::string> logOf(const std::string& tag) {
@@ -92,14 +78,8 @@ class AreaTest : public HandsetTest {
         return lines;
     }
 
-    static size_t openDescriptors() {
-        size_t count = 0;
-        for ([[maybe_unused]] const auto& fd :
-             std::filesystem::directory_iterator("/proc/self/fd")) {
-            ++count;
-        }
-        return count;
-    }
+  private:
+    stress::NodeTree mNodes;
 };
 
 }  // namespace tevhost

@@ -57,8 +57,8 @@ TEST_F(BatteryCheckServiceTest, NumericNodesConvertWithinTheirBuffers) {
             {authentic, kAuthentic, "00012", 1, ok("checkBatteryAuthentic", "0001")},
             {authentic, kAuthentic, kAbsent, 0, "E Failed to open authentic node."},
             {authentic, kAuthentic, kFolder, 0, "E read authentic sysfs node failed."},
-            // Only the first byte counts.
-            {dual, kTiPresent, "10", 1, ok("checkDualConnector", "10")},
+            // Only the first byte counts, of the four read.
+            {dual, kTiPresent, "1234567", 1, ok("checkDualConnector", "1234")},
             {dual, kTiPresent, " 1", 0, ok("checkDualConnector", " 1")},
             {dual, kTiPresent, kDenied, 0, "E Failed to open battery_ti_present node."},
             {dual, kTiPresent, kFolder, 0, "E read battery_ti_present sysfs node failed."},

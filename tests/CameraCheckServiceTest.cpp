@@ -110,8 +110,16 @@ TEST_F(CameraCheckServiceTest, CapabilitiesFollowTheProductLists) {
             {"Trovask", false, false, false, false}, {"", false, false, false, false}};
     for (const auto& [product, popUp, zoomFocus, justTakePic, calibration] : cases) {
         auto camera = cameraOn(product);
+        log::clear();
         EXPECT_EQ(value(camera->isSupportPopCamera()), popUp) << product;
         EXPECT_EQ(value(camera->needAutopushCamera()), popUp) << product;
+        // The two texts of each pair are spaced differently around '='.
+        const std::string p = product;
+        EXPECT_THAT(logged(kTag, ANDROID_LOG_INFO),
+                    popUp ? ElementsAre("product_name = " + p + ",is Support PopCamera",
+                                        "product_name = " + p + ",need Autopush Camera")
+                          : ElementsAre("product_name=" + p + ",is not Support PopCamera",
+                                        "product_name=" + p + ",not need Autopush Camera"));
         EXPECT_EQ(value(camera->isDualCameraCanZoomFocus(5)), zoomFocus) << product;
         EXPECT_EQ(value(camera->isDualCameraJustTakePic(1)), justTakePic) << product;
         EXPECT_EQ(value(camera->needCameraCalibration()), calibration) << product;

@@ -37,7 +37,7 @@ TEST(ConcurrencyTest, ThreadsReadingAtOnceGetTheAnswersOfOneThread) {
         ASSERT_NE(area->get(*root), nullptr);
 
     std::vector<Call> calls;
-    for (const Call& c : everyOperation(kUfsProduct, true)) {
+    for (const Call& c : everyOperation(true)) {
         // Every storage call rewrites the area's process-wide answers.
         if (c.area->name != "flashlife") calls.push_back(c);
     }

@@ -72,6 +72,8 @@ struct State {
     std::mutex lock;
     std::string root;
     std::vector<Write> journal;
+    bool recordReached = false;
+    std::vector<std::string> reached;
     std::set<std::string> denied;
     std::set<std::string> full;
     std::multimap<std::string, Driver> drivers;
@@ -224,6 +226,7 @@ Mapped map(int dirfd, const char* path) {
     if (s.root.empty()) return Mapped{Where::kHost, false, false, false, false, {}, {}, path};
     m.denied = s.denied.count(m.devicePath) > 0;
     m.full = s.full.count(m.devicePath) > 0;
+    if (s.recordReached) s.reached.push_back(m.devicePath);
     return m;
 }
 
@@ -707,6 +710,17 @@ size_t writeCount() {
 void clearWrites() {
     std::lock_guard<std::mutex> guard(state().lock);
     state().journal.clear();
+}
+
+void recordReached(bool on) {
+    std::lock_guard<std::mutex> guard(state().lock);
+    state().recordReached = on;
+    if (on) state().reached.clear();
+}
+
+std::vector<std::string> reached() {
+    std::lock_guard<std::mutex> guard(state().lock);
+    return state().reached;
 }
 
 std::vector<Write> takeWrites() {

@@ -1,7 +1,11 @@
 #include "HandsetTest.h"
 
+#include "ChildProcess.h"
+
+#include <gtest/gtest-spi.h>
 #include <tevhost/Services.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -94,6 +98,29 @@ std::vector<std::string> HandsetTest::logged(const std::string& tag, int priorit
         }
     }
     return texts;
+}
+
+void inFreshProcess(const std::function<void()>& scenario) {
+    deathTestsInNewProcess();
+    EXPECT_EXIT(
+            {
+                ::testing::TestPartResultArray results;
+                {
+                    using Intercept = ::testing::ScopedFakeTestPartResultReporter;
+                    Intercept intercept(Intercept::INTERCEPT_ONLY_CURRENT_THREAD, &results);
+                    scenario();
+                }
+                int failures = 0;
+                for (int i = 0; i < results.size(); ++i) {
+                    const ::testing::TestPartResult& r = results.GetTestPartResult(i);
+                    if (!r.failed()) continue;
+                    ++failures;
+                    fprintf(stderr, "%s:%d: %s\n", r.file_name() ? r.file_name() : "?",
+                            r.line_number(), r.message());
+                }
+                std::_Exit(failures == 0 ? 0 : 1);
+            },
+            ::testing::ExitedWithCode(0), "");
 }
 
 ::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>

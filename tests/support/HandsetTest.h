@@ -10,6 +10,7 @@
 #include <tevhost/Sandbox.h>
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,11 @@ template <typename T>
 T value(::android::hardware::Return<T> ret) {
     return ret;
 }
+
+// Runs |scenario| in a new process of this program, where whatever the service decides once per
+// process (the storage kind, remembered answers) is as a freshly started service has it. Failures
+// inside are written to the child's stderr and fail the test here.
+void inFreshProcess(const std::function<void()>& scenario);
 
 // The log so far, for EXPECT_THAT(logLines(), Contains(LogLine(...))).
 inline std::vector<log::Line> logLines() {

@@ -1,10 +1,17 @@
 #include "NodeOperations.h"
 
+#include "OperationCalls.h"
+
 #include <cutils/properties.h>
 #include <dirent.h>
 #include <malloc.h>
+#include <tevhost/Log.h>
+#include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
+#include <tevhost/SensorCal.h>
+#include <tevhost/Services.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,32 +21,15 @@
 extern "C" size_t __sanitizer_get_current_allocated_bytes() __attribute__((weak));
 
 namespace fs = std::filesystem;
+using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
 
 namespace tevhost {
 namespace stress {
 
-const Product kUfsProduct{"qab", false, false};
-const Product kEmmcProduct{"marskol", true, true};
+const Product kUfsProduct{"qab"};
+const Product kEmmcProduct{"marskol"};
 
 namespace {
-
-constexpr const char* kLeds = "/sys/class/leds/";
-constexpr const char* kPower = "/sys/class/power_supply/";
-
-std::string led(const std::string& name) {
-    return kLeds + name + "/brightness";
-}
-
-std::string power(const std::string& node) {
-    return kPower + node;
-}
-
-// The backlight nodes in the order the service tries them.
-const char* const kBacklightNodes[] = {
-        "/sys/class/backlight/panel0-backlight/brightness_clone",
-        "/sys/class/leds/lcd-backlight/brightness",
-        "/sys/class/backlight/panel0-backlight/brightness",
-};
 
 std::string property(const char* key) {
     char value[PROPERTY_VALUE_MAX] = {};
@@ -51,6 +41,13 @@ std::string fileBytes(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
+
+// The backlight nodes in the order the service tries them.
+const char* const kBacklightNodes[] = {
+        "/sys/class/backlight/panel0-backlight/brightness_clone",
+        "/sys/class/leds/lcd-backlight/brightness",
+        "/sys/class/backlight/panel0-backlight/brightness",
+};
 
 // The text the backlight query converts: the lines of the first node that opens, each with its
 // line feed, up to the first empty line. False when no node opens (the query answers -1 then).
@@ -102,304 +99,161 @@ std::string moduleInfoTermination() {
     return "";
 }
 
+void addNew(const std::vector<std::string>& paths, std::vector<std::string>* nodes) {
+    for (const std::string& path : paths) {
+        if (std::find(nodes->begin(), nodes->end(), path) == nodes->end()) nodes->push_back(path);
+    }
+}
+
+// The device paths |call| reaches.
+std::vector<std::string> reachedBy(ITevVendorService& root, const Call& call) {
+    sandbox::recordReached(true);
+    answer(root, call);
+    sandbox::recordReached(false);
+    return sandbox::reached();
+}
+
+void observe(const std::string& profileDir, std::vector<NodeOperation>* ops) {
+    const bool wasVirtual = sandbox::virtualClock();
+    sandbox::setVirtualClock(true);  // the self-test waits 12 s
+    const std::string cpuid = property("ro.boot.cpuid");
+    props::unset("ro.boot.cpuid");  // getCpuId reads its node only while it is empty
+    ::android::sp<ITevVendorService> root = ITevVendorService::getService();
+    NodeTree tree;
+    for (NodeOperation& entry : *ops) {
+        const Call call = tableCall(entry);
+        sandbox::clearWrites();
+        addNew(reachedBy(*root, call), &entry.nodes);
+        if (entry.readsContent && !entry.nodes.empty()) {
+            for (const sandbox::Write& w : sandbox::writes()) {
+                if (w.path == entry.nodes[0]) entry.driverWords.push_back(w.data);
+            }
+        }
+        for (size_t seen = 0; seen != entry.nodes.size();) {
+            seen = entry.nodes.size();
+            for (const std::string& node : entry.nodes) tree.set(node, kAbsent);
+            addNew(reachedBy(*root, call), &entry.nodes);
+        }
+        for (const std::string& node : entry.nodes) tree.restore(node, profileDir);
+    }
+    sandbox::clearWrites();
+    forgetHostRecords();
+    sandbox::setVirtualClock(wasVirtual);
+    if (!cpuid.empty()) props::set("ro.boot.cpuid", cpuid);
+    ops->erase(std::remove_if(ops->begin(), ops->end(),
+                              [](const NodeOperation& e) { return e.nodes.empty(); }),
+               ops->end());
+}
+
 }  // namespace
 
-std::vector<NodeOperation> nodeOperations(const Product& product) {
-    using A = Access;
-    const std::vector<std::string> flash = {led("led:torch_0"), led("led:torch_1"),
-                                            led("led:switch_0"), led("led:switch_1")};
+std::vector<NodeOperation> nodeCalls() {
+    constexpr Access D = Access::kDescriptor;
+    constexpr Access S = Access::kStream;
     std::vector<NodeOperation> ops = {
-            {"version", "getKernelVersion", {}, A::kStream, true, {"/proc/version"}, {}},
-            // Only while "ro.boot.cpuid" is empty.
-            {"version", "getCpuId", {}, A::kStream, true, {"/proc/serial_num"}, {}},
-            {"camera", "controlTorch", {"1", "true"}, A::kDescriptor, false, flash, {}},
-            {"camera",
-             "controlTorch",
-             {"3", "true"},
-             A::kDescriptor,
-             false,
-             {led("led:torch_2"), led("led:switch_1")},
-             {}},
-            {"camera",
-             "controlTorch",
-             {"4", "true"},
-             A::kDescriptor,
-             false,
-             {led("softlight_torch_0")},
-             {}},
-            {"camera",
-             "controlTorch",
-             {"5", "true"},
-             A::kDescriptor,
-             false,
-             {led("softlight_torch_1")},
-             {}},
-            {"camera", "updateTorchBrightness", {"100"}, A::kDescriptor, false, flash, {}},
-            {"charger",
-             "getCurrentElectrical",
-             {},
-             A::kDescriptor,
-             true,
-             {power("battery/current_now")},
-             {}},
-            {"charger", "getChargerType", {}, A::kDescriptor, true, {power("usb/real_type")}, {}},
-            {"charger",
-             "controlReverseWirelessCharge",
-             {"1"},
-             A::kDescriptor,
-             false,
-             {power("wireless/reverse_chg_mode")},
-             {}},
-            {"charger",
-             "checkReverseWirelessChargeState",
-             {},
-             A::kDescriptor,
-             true,
-             {power("wireless/reverse_chg_state")},
-             {}},
-            {"battery", "getBatteryId", {}, A::kDescriptor, true, {power("bms/resistance_id")}, {}},
-            {"battery",
-             "checkBatteryAuthentic",
-             {},
-             A::kDescriptor,
-             true,
-             {power("bms/authentic")},
-             {}},
-            {"battery",
-             "checkDualConnector",
-             {},
-             A::kDescriptor,
-             true,
-             {power("bq2597x-slave/ti_battery_present")},
-             {}},
-            {"battery", "checkChipOK", {}, A::kDescriptor, true, {power("bms/chip_ok")}, {}},
-            {"battery",
-             "isSupportDualConnect",
-             {},
-             A::kDescriptor,
-             false,
-             {power("bq2597x-slave/ti_battery_present")},
-             {}},
-            {"battery", "getBatteryVendor", {}, A::kDescriptor, true, {power("bms/battery_type")}, {}},
-            {"battery",
-             "getBatteryResistance",
-             {},
-             A::kDescriptor,
-             true,
-             {power("bms/resistance")},
-             {}},
-            {"battery",
-             "getBatteryFullChargeValue",
-             {},
-             A::kDescriptor,
-             true,
-             {power("bms/charge_full_design")},
-             {}},
-            {"battery", "getBatteryTemp", {}, A::kDescriptor, true, {power("battery/temp")}, {}},
-            {"usb",
-             "getUsbPluginStatus",
-             {},
-             A::kStream,
-             true,
-             {power("usb/typec_cc_orientation")},
-             {}},
-            {"usb",
-             "isMicroUsbDevice",
-             {},
-             A::kStream,
-             true,
-             {"/sys/module/usb20_host/parameters/typec_on"},
-             {}},
-            {"display",
-             "doSelfTestAndGetResult",
-             {},
-             A::kStream,
-             true,
-             {"/proc/tp_selftest"},
-             {"short", "open", "i2c"}},
-            {"display",
-             "getLcmInfo",
-             {},
-             A::kStream,
-             true,
-             {product.framebufferPanel ? "/sys/class/graphics/fb0/msm_fb_panel_info"
-                                       : "/sys/class/drm/card0-DSI-1/panel_info"},
-             {}},
-            {"display",
-             "getBacklightValue",
-             {},
-             A::kStream,
-             true,
-             {std::begin(kBacklightNodes), std::end(kBacklightNodes)},
-             {}},
-            {"fp",
-             "setScreenEffectNew",
-             {"NIT_300"},
-             A::kStream,
-             false,
-             {"/sys/class/drm/card0-DSI-1/disp_param"},
-             {}},
-            {"fp",
-             "setScreenEffectNew",
-             {"NIT_630"},
-             A::kStream,
-             false,
-             {"/sys/class/drm/card0-DSI-1/disp_param"},
-             {}},
-            {"root",
-             "getVendorFileValue",
-             {"/sys/class/power_supply/battery/temp"},
-             A::kStream,
-             true,
-             {power("battery/temp")},
-             {}},
-            {"root",
-             "setVendorFileValue",
-             {"/sys/class/leds/red/brightness", "255"},
-             A::kStream,
-             false,
-             {led("red")},
-             {}},
+            {"version", "getKernelVersion", {}, S, true, {}, {}},
+            {"version", "getCpuId", {}, S, true, {}, {}},
+            {"camera", "controlTorch", {"1", "true"}, D, false, {}, {}},
+            {"camera", "controlTorch", {"3", "true"}, D, false, {}, {}},
+            {"camera", "controlTorch", {"4", "true"}, D, false, {}, {}},
+            {"camera", "controlTorch", {"5", "true"}, D, false, {}, {}},
+            {"camera", "updateTorchBrightness", {"100"}, D, false, {}, {}},
+            {"charger", "getCurrentElectrical", {}, D, true, {}, {}},
+            {"charger", "getChargerType", {}, D, true, {}, {}},
+            {"charger", "controlReverseWirelessCharge", {"1"}, D, false, {}, {}},
+            {"charger", "checkReverseWirelessChargeState", {}, D, true, {}, {}},
+            {"battery", "getBatteryId", {}, D, true, {}, {}},
+            {"battery", "checkBatteryAuthentic", {}, D, true, {}, {}},
+            {"battery", "checkDualConnector", {}, D, true, {}, {}},
+            {"battery", "checkChipOK", {}, D, true, {}, {}},
+            {"battery", "isSupportDualConnect", {}, D, false, {}, {}},
+            {"battery", "getBatteryVendor", {}, D, true, {}, {}},
+            {"battery", "getBatteryResistance", {}, D, true, {}, {}},
+            {"battery", "getBatteryFullChargeValue", {}, D, true, {}, {}},
+            {"battery", "getBatteryTemp", {}, D, true, {}, {}},
+            {"usb", "getUsbPluginStatus", {}, S, true, {}, {}},
+            {"usb", "isMicroUsbDevice", {}, S, true, {}, {}},
+            {"display", "doSelfTestAndGetResult", {}, S, true, {}, {}},
+            {"display", "getLcmInfo", {}, S, true, {}, {}},
+            {"display", "getBacklightValue", {}, S, true, {}, {}},
+            {"fp", "setScreenEffectNew", {"NIT_300"}, S, false, {}, {}},
+            {"fp", "setScreenEffectNew", {"NIT_630"}, S, false, {}, {}},
+            {"root", "getVendorFileValue", {"/sys/class/power_supply/battery/temp"}, S, true, {}, {}},
+            {"root", "setVendorFileValue", {"/sys/class/leds/red/brightness", "255"}, S, false, {}, {}},
+            {"flashlife", "getFlashLifeTime", {}, S, true, {}, {}},
+            {"flashlife", "getFactoryDate", {}, S, true, {}, {}},
+            {"flashlife", "readFlashSize", {}, S, true, {}, {}},
+            {"flashlife", "readFirmwareVersion", {}, S, true, {}, {}},
+            {"flashlife", "readVendorName", {}, S, true, {}, {}},
     };
-    // Every LED type: the ones that can be switched, and the four that can be read back.
-    const char* const ledNames[] = {"white",     "red",         "green",      "blue",
-                                    "red-right", "green-right", "blue-right", "button-backlight"};
-    for (size_t type = 0; type < std::size(ledNames); ++type) {
-        std::vector<std::string> nodes = {led(ledNames[type])};
-        if (type == 7) {
-            nodes.push_back(led("button-backlight1"));
-            nodes.push_back(led("button-backlight2"));
-        }
+    // Every LED type (the last, the button backlight, drives three nodes); the first four can be
+    // read back, as brightness or as its maximum.
+    for (int type = 0; type < 8; ++type) {
         const std::string t = std::to_string(type);
-        ops.push_back({"leds", "controlLed", {t, "true"}, A::kDescriptor, false, nodes, {}});
-        if (type < 4) {
-            const std::string max = kLeds + std::string(ledNames[type]) + "/max_brightness";
-            ops.push_back(
-                    {"leds", "getLedBrightness", {t, "false"}, A::kDescriptor, true, {nodes[0]}, {}});
-            ops.push_back(
-                    {"leds", "getLedBrightness", {t, "true"}, A::kDescriptor, true, {max}, {}});
-        }
-    }
-    if (product.emmc) {
-        const std::string block = "/sys/block/mmcblk0/device/";
-        const std::string classBlock = "/sys/class/block/mmcblk0/";
-        ops.insert(
-                ops.end(),
-                {
-                        {"flashlife",
-                         "getFlashLifeTime",
-                         {},
-                         A::kStream,
-                         true,
-                         {block + "life_time_est_typ_a", block + "life_time_est_typ_b"},
-                         {}},
-                        {"flashlife", "getFactoryDate", {}, A::kStream, true, {block + "date"}, {}},
-                        {"flashlife", "readFlashSize", {}, A::kStream, true, {classBlock + "size"}, {}},
-                        {"flashlife",
-                         "readFirmwareVersion",
-                         {},
-                         A::kStream,
-                         true,
-                         {classBlock + "device/fwrev"},
-                         {}},
-                        {"flashlife",
-                         "readVendorName",
-                         {},
-                         A::kStream,
-                         true,
-                         {classBlock + "device/manfid"},
-                         {}},
-                });
-    } else {
-        const std::string dumps = "/d/1d84000.ufshc/";
-        const std::string sda = "/sys/class/block/sda/";
-        ops.insert(ops.end(),
-                   {
-                           {"flashlife",
-                            "getFlashLifeTime",
-                            {},
-                            A::kStream,
-                            true,
-                            {dumps + "dump_health_desc"},
-                            {}},
-                           {"flashlife",
-                            "getFactoryDate",
-                            {},
-                            A::kStream,
-                            true,
-                            {dumps + "dump_device_desc"},
-                            {}},
-                           {"flashlife", "readFlashSize", {}, A::kStream, true, {sda + "size"}, {}},
-                           {"flashlife",
-                            "readFirmwareVersion",
-                            {},
-                            A::kStream,
-                            true,
-                            {sda + "device/rev"},
-                            {}},
-                           {"flashlife",
-                            "readVendorName",
-                            {},
-                            A::kStream,
-                            true,
-                            {sda + "device/vendor"},
-                            {}},
-                   });
+        ops.push_back({"leds", "controlLed", {t, "true"}, D, false, {}, {}});
+        if (type >= 4) continue;
+        ops.push_back({"leds", "getLedBrightness", {t, "false"}, D, true, {}, {}});
+        ops.push_back({"leds", "getLedBrightness", {t, "true"}, D, true, {}, {}});
     }
     return ops;
 }
 
-const char* stateName(NodeState state) {
-    switch (state) {
-        case NodeState::kContent:
-            return "content";
-        case NodeState::kAbsent:
-            return "absent";
-        case NodeState::kDenied:
-            return "denied";
-        case NodeState::kFolder:
-            return "folder";
+std::vector<NodeOperation> nodeOperations(const Product& product) {
+    std::vector<NodeOperation> ops = nodeCalls();
+    const std::string profileDir = profile::resolve(product.name);
+    if (!sandbox::root().empty()) {
+        observe(profileDir, &ops);
+        return ops;
     }
-    return "?";
+    profile::Profile device;
+    std::string error;
+    if (!device.open(profileDir, false, &error)) throw std::runtime_error(error);
+    observe(profileDir, &ops);
+    clearServices();  // the areas made on the profile's properties go with it
+    device.close();
+    return ops;
 }
 
-void NodeTree::set(const std::string& devicePath, NodeState state, const std::string& content) {
+void NodeTree::set(const std::string& devicePath, const std::string& state) {
     fs::path host = sandbox::hostPath(devicePath);
     std::error_code ignored;
     fs::remove_all(host, ignored);
     sandbox::allow(devicePath);
     mDenied.erase(devicePath);
-    switch (state) {
-        case NodeState::kAbsent:
-            return;
-        case NodeState::kFolder:
-            fs::create_directories(host, ignored);
-            return;
-        case NodeState::kDenied:
-            sandbox::deny(devicePath);
-            mDenied.insert(devicePath);
-            break;
-        case NodeState::kContent:
-            break;
+    mFull.erase(devicePath);
+    if (state == kAbsent) return;
+    if (state == kFolder) {
+        fs::create_directories(host, ignored);
+        return;
     }
     fs::create_directories(host.parent_path(), ignored);
+    if (state == kFull) {
+        sandbox::refuseWrites(devicePath);
+        mFull.insert(devicePath);
+    }
+    if (state == kDenied) {
+        sandbox::deny(devicePath);
+        mDenied.insert(devicePath);
+    }
     std::ofstream out(host, std::ios::binary | std::ios::trunc);
-    out << content;
+    out << (state == kDenied || state == kFull ? "" : state);
 }
 
 void NodeTree::restore(const std::string& devicePath, const std::string& profileDir) {
     fs::path original = fs::path(profileDir) / "fs" / devicePath.substr(1);
     std::error_code ec;
     if (fs::is_regular_file(original, ec)) {
-        set(devicePath, NodeState::kContent, fileBytes(original));
+        set(devicePath, fileBytes(original));
     } else {
-        set(devicePath, NodeState::kAbsent);
+        set(devicePath, kAbsent);
     }
 }
 
 void NodeTree::allowAll() {
     for (const std::string& path : mDenied) sandbox::allow(path);
+    for (const std::string& path : mFull) sandbox::allow(path);
     mDenied.clear();
+    mFull.clear();
 }
 
 std::string terminationOf(const std::string& area, const std::string& op,
@@ -427,6 +281,13 @@ size_t openDescriptors() {
     }
     closedir(dir);
     return count;
+}
+
+void forgetHostRecords() {
+    log::clear();
+    sensorcal::Answers answers = sensorcal::answers();
+    sensorcal::reset();
+    sensorcal::setAnswers(answers);
 }
 
 size_t heapInUse() {

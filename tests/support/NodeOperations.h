@@ -19,58 +19,63 @@ enum class Access {
     kStream,      // C++ file streams
 };
 
-// One call of an operation, with the arguments that make it open the nodes listed.
+// One call of an operation, with the arguments that make it reach nodes.
 struct NodeOperation {
     std::string area;               // the catalogue's area name ("battery", "root", ...)
     std::string op;                 // the operation ("getBatteryTemp")
     std::vector<std::string> args;  // as tevctl takes them on its command line
     Access access;
-    bool readsContent;               // false: it only writes the nodes, or tests that they exist
-    std::vector<std::string> nodes;  // device paths, in the order the operation opens them
-    // Words the operation writes to nodes[0], each of which the driver answers by the text that
-    // the next read of the node gives (the touch-panel self-test).
+    bool readsContent;  // false: it only writes the nodes, or tests that they exist
+    // Seen, not stated: the device paths the call reaches, in the order it first reaches them.
+    std::vector<std::string> nodes;
+    // Seen too: what it writes to nodes[0] before it reads it back, each a word the driver answers
+    // by the text of the next read (the touch-panel self-test).
     std::vector<std::string> driverWords;
 
     std::string name() const { return area + "." + op; }
 };
 
-// The product a table is for: which flash it has and which panel node describes it.
+// A bundled product: its profile name. The storage kind and panel node follow from it.
 struct Product {
     std::string name;
-    bool emmc;              // the storage area reads the mmcblk0 nodes, else the UFS ones
-    bool framebufferPanel;  // the panel is described by the frame-buffer node, else the DRM one
 };
 // A UFS product with the DRM panel node (the bundled qab profile).
 extern const Product kUfsProduct;
 // An eMMC product with the frame-buffer panel node (the bundled marskol profile).
 extern const Product kEmmcProduct;
 
-// Every operation that opens a node, on |product|.
+// The calls that reach nodes, without their nodes: enough to make them.
+std::vector<NodeOperation> nodeCalls();
+// The same with the nodes each reaches on |product|, seen through the sandbox: every call is made
+// on the product's profile (the device now, or opened for the while when no device is), then made
+// again with the nodes seen so far absent, until no new one shows (the backlight query tries three
+// in turn). Nodes, properties and log are as they were afterwards.
 std::vector<NodeOperation> nodeOperations(const Product& product);
 
-// The states a node can be in.
-enum class NodeState {
-    kContent,  // a file with the given bytes
-    kAbsent,
-    kDenied,  // there, but the open is refused with EACCES
-    kFolder,  // opens for reading, but every read fails
-};
-const char* stateName(NodeState state);
+// The states a node can be in besides holding content, written where its content would go (in
+// tables and fuzz inputs). A folder opens but every read fails; a full node opens but refuses
+// every write, as /dev/full does.
+constexpr const char* kAbsent = "<absent>";
+constexpr const char* kDenied = "<denied>";  // there (empty), but the open is refused with EACCES
+constexpr const char* kFolder = "<folder>";
+constexpr const char* kFull = "<full>";
 
 // The node tree of the current device root, with the states of its nodes.
 class NodeTree {
   public:
-    // Puts the node at |devicePath| ("/sys/...") into |state|, with |content| for kContent.
-    void set(const std::string& devicePath, NodeState state, const std::string& content = "");
+    // Puts the node at |devicePath| ("/sys/...") into |state|: one of the states above, else the
+    // content it is to hold.
+    void set(const std::string& devicePath, const std::string& state);
     // Gives the node back the content it has in the profile folder |profileDir| (or removes it
     // when the profile has none).
     void restore(const std::string& devicePath, const std::string& profileDir);
     bool denied(const std::string& devicePath) const { return mDenied.count(devicePath) > 0; }
-    // Forgets every refusal (in the sandbox too).
+    // Forgets every refusal of opens and writes (in the sandbox too).
     void allowAll();
 
   private:
     std::set<std::string> mDenied;
+    std::set<std::string> mFull;
 };
 
 // Why calling |area|.|op| now, with the properties and nodes as they are, would end the service
@@ -89,6 +94,9 @@ std::vector<Driver> profileDrivers(const std::string& profileDir);
 
 // The number of descriptors the process has open.
 size_t openDescriptors();
+// Forgets what the host stand-ins recorded (log lines, calibration library calls), keeping the
+// calibration library's answers: only the service's own memory is then left to grow.
+void forgetHostRecords();
 // Bytes of heap in use: the sanitizer allocator's count in a sanitizer build, else malloc's.
 size_t heapInUse();
 

@@ -14,8 +14,8 @@ Call tableCall(const NodeOperation& entry) {
     return tevcatalog::parsedCall(*area, *op, entry.args);
 }
 
-std::vector<Call> everyOperation(const Product& product, bool readingOnly) {
-    const std::vector<NodeOperation> table = nodeOperations(product);
+std::vector<Call> everyOperation(bool readingOnly) {
+    const std::vector<NodeOperation> table = nodeCalls();
     std::vector<Call> calls;
     for (const tevcatalog::Area* area : tevcatalog::allAreas()) {
         for (const tevcatalog::Operation& op : area->ops) {

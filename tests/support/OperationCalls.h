@@ -23,7 +23,7 @@ Call tableCall(const NodeOperation& entry);
 // Every operation of the root's pass-throughs and of the twelve areas once: with the arguments of
 // the first node table entry for it (so that it opens its nodes), else plain ones. With
 // |readingOnly|, only the operations that drive nothing.
-std::vector<Call> everyOperation(const Product& product, bool readingOnly);
+std::vector<Call> everyOperation(bool readingOnly);
 
 }  // namespace stress
 }  // namespace tevhost

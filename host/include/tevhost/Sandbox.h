@@ -104,6 +104,12 @@ void clearWrites();
 // journal's cost and memory to one call's writes.
 std::vector<Write> takeWrites();
 
+// While on, every device path the process reaches (an open, access or stat, whether it succeeds
+// or not) is recorded in order: which nodes an operation touches is then seen, not restated.
+// Switching it on forgets the record.
+void recordReached(bool on);
+std::vector<std::string> reached();
+
 // Makes the open of a device path fail with EACCES (as a node the service may not read would).
 void deny(const std::string& devicePath);
 // Makes every write to a device path fail with ENOSPC, the open succeeding (as /dev/full does).
