@@ -180,6 +180,19 @@ const Contract kContract[] = {
              return out + " " + probe::readWith(Entry::kFopen, "/sys/n");
          },
          "EACCES EACCES 1"},
+        {"a full node opens but refuses every write with ENOSPC until allowed, and keeps its "
+         "content",
+         [](SandboxTest& t) {
+             t.node("/sys/n", "1");
+             sandbox::refuseWrites("/sys/n");
+             int fd = open("/sys/n", O_WRONLY);
+             std::string out = openOutcome(fd >= 0);
+             out += write(fd, "2", 1) < 0 && errno == ENOSPC ? " ENOSPC " : " written ";
+             close(fd);
+             sandbox::allow("/sys/n");
+             return out + sessionsThenRead("/sys/n", {"3"});
+         },
+         "opened ENOSPC 3"},
         {"reset forgets journal, drivers, denials and sleeps, and keeps the root and the clock",
          [](SandboxTest& t) {
              t.node("/sys/t", "0");

@@ -2,13 +2,18 @@
 // status, on device profiles made by each test.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 #include "ChildProcess.h"
@@ -40,6 +45,16 @@ std::string readFile(const fs::path& path) {
 void writeFile(const fs::path& path, const std::string& content) {
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
+}
+
+// Every entry under |top| with the content of every file.
+std::map<std::string, std::string> tree(const fs::path& top) {
+    std::map<std::string, std::string> entries;
+    if (!fs::exists(top)) return entries;
+    for (const auto& e : fs::recursive_directory_iterator(top)) {
+        entries[e.path().string()] = e.is_regular_file() ? readFile(e.path()) : "<folder>";
+    }
+    return entries;
 }
 
 std::vector<std::string> lines(const std::string& text) {
@@ -88,6 +103,38 @@ class TevctlTest : public ::testing::Test {
     }
 
     void useFakeService() { mEnv = std::string("TEVHOST_HAL_DIR=") + TEVCTL_FAKE_HAL_DIR; }
+
+    // The profile becomes a copy of the bundled qab, beside a decoy tree: joined as text onto
+    // either device root (the profile's or its scratch copy's), "/sys/../../../decoy/secret"
+    // lands on the decoy.
+    void useQabBesideADecoy() {
+        fs::remove_all(mProfile);
+        fs::copy(fs::path(TEV_SOURCE_DIR) / "devices/qab", mProfile, fs::copy_options::recursive);
+        writeFile(mDir / "decoy/secret", "secret");
+        writeFile(mDir / "decoy/dir/file", "file");
+    }
+
+    // Starts tevctl on this test's profile in a child of its own; its stderr goes to DIR/stderr.
+    pid_t start(const std::vector<std::string>& args) {
+        fs::remove(mDir / "stderr");
+        std::string line = "exec env TMPDIR=" + quote(mTmp.string());
+        for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
+        line += " --device " + quote(mProfile.string());
+        for (const auto& a : args) line += " " + quote(a);
+        line += " >/dev/null 2>" + quote((mDir / "stderr").string());
+        pid_t child = fork();
+        if (child == 0) {
+            execl("/bin/sh", "sh", "-c", line.c_str(), static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        return child;
+    }
+    // Waits (up to 20 s) until |ready| holds.
+    template <typename F>
+    bool await(F ready) {
+        for (int i = 0; i < 2000 && !ready(); ++i) poll(nullptr, 0, 10);
+        return ready();
+    }
 
     fs::path mDir, mProfile, mTmp;
     std::string mEnv;
@@ -487,21 +534,92 @@ TEST_F(TevctlTest, DiffShowsOnlyWhatDiffers) {
     }
 }
 
-TEST_F(TevctlTest, EveryBundledProfileReportsEveryArea) {
-    for (const auto& entry : fs::directory_iterator(TEV_SOURCE_DIR "/devices")) {
-        std::string name = entry.path().filename();
-        Result json = tevctl({"--device", name, "--json", "report"});
-        EXPECT_EQ(json.status, 0) << name << ": " << json.err;
-        EXPECT_EQ(lines(json.out).size(), 1u) << name;
-        for (const char* area : {"version", "leds", "flashlife", "camera", "charger", "nfc", "usb",
-                                 "battery", "sensor", "display", "fp", "audio"}) {
-            EXPECT_THAT(json.out, HasSubstr(std::string("{\"area\":\"") + area + "\""))
-                    << name << " " << area;
+// No step and no pass-through reaches a file outside the profile (in place) or its scratch copy.
+TEST_F(TevctlTest, NoStepOrPassThroughLeavesTheProfile) {
+    useQabBesideADecoy();
+    const std::string decoy = (mDir / "decoy/secret").string();
+    const std::string notDevice = " is not a device path (/sys, /proc or /d)";
+    const struct {
+        std::string step;
+        int status;
+        std::string said;  // stdout of a call, or the one line on stderr
+    } cases[] = {
+            {"node /sys/../../../decoy/secret X", 2,
+             "steps:1: '/sys/../../../decoy/secret'" + notDevice},
+            {"node /d/../../../tmp/x X", 2, "steps:1: '/d/../../../tmp/x'" + notDevice},
+            {"rmnode /sys/../..", 2, "steps:1: '/sys/../..'" + notDevice},
+            {"rmnode /proc/self", 2, "steps:1: '/proc/self'" + notDevice},
+            {"call root getVendorFileValue /sys/../../../decoy/secret", 0, "\"\""},
+            {"call root getVendorFileValue " + decoy, 0, "\"\""},
+            {"call root getVendorFileValue ../../decoy/secret", 0, "\"\""},
+            {"call root setVendorFileValue /sys/../../../decoy/secret 7", 0, ""},
+            {"call root setVendorFileValue " + decoy + " 7", 0, ""},
+            {"rmnode /sys", 0, ""},  // the handset's own /sys: allowed, and only there
+            {"node /sys/class/leds/red/brightness 7", 0, ""},
+    };
+    const auto decoyBefore = tree(mDir / "decoy");
+    for (bool inPlace : {false, true}) {
+        const auto profileBefore = tree(mProfile);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.step + (inPlace ? " in place" : " on a scratch copy"));
+            writeFile(mDir / "steps", c.step + "\n");
+            std::vector<std::string> args = {"run", (mDir / "steps").string()};
+            if (inPlace) args.insert(args.begin(), "--in-place");
+            Result r = tevctl(args);
+            EXPECT_EQ(r.status, c.status) << r.err;
+            if (c.status == 2) {
+                EXPECT_EQ(r.err, "tevctl: " + (mDir / c.said).string() + "\n");
+            } else {
+                EXPECT_THAT(r.out, HasSubstr(c.said));
+            }
+            EXPECT_EQ(tree(mDir / "decoy"), decoyBefore);
+            EXPECT_TRUE(fs::is_empty(mTmp));  // no scratch copy left behind
+            if (!inPlace) EXPECT_EQ(tree(mProfile), profileBefore);
         }
-        Result text = tevctl({"--device", name, "report"});
-        EXPECT_EQ(text.status, 0) << name << ": " << text.err;
-        EXPECT_THAT(text.out, StartsWith("AREA"));
     }
+    // In place, the steps changed the profile itself, and only there.
+    EXPECT_FALSE(fs::exists(mProfile / "fs/sys/class/power_supply"));
+    EXPECT_EQ(readFile(mProfile / "fs/sys/class/leds/red/brightness"), "7");
+}
+
+// tevctl's own files are the host's: a script in a local folder named d is not the handset's /d.
+TEST_F(TevctlTest, AScriptInALocalFolderNamedDIsRead) {
+    useQabBesideADecoy();
+    writeFile(mDir / "d/steps", "call version getCpuId\n");
+    std::string line = "cd " + quote(mDir.string()) + " &&";
+    for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
+    line += " --device " + quote(mProfile.string()) + " run d/steps >" +
+            quote((mDir / "stdout").string()) + " 2>&1";
+    ASSERT_EQ(std::system(line.c_str()), 0) << readFile(mDir / "stdout");
+    EXPECT_EQ(readFile(mDir / "stdout"), "> version getCpuId\n\"0x8b3e71d5\"\n");
+}
+
+// The scratch copy goes on every exit the process can catch (the exits themselves are the
+// cleanup's own test): here, a reader that went away after one line.
+TEST_F(TevctlTest, TheScratchCopyGoesWhenTheReaderGoes) {
+    std::string line = "TMPDIR=" + quote(mTmp.string());
+    for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
+    EXPECT_EQ(std::system((line + " --device qab report | head -1 >/dev/null").c_str()), 0);
+    EXPECT_TRUE(fs::is_empty(mTmp));
+}
+
+TEST_F(TevctlTest, ASecondInPlaceRunSaysThatItWaits) {
+    useQabBesideADecoy();
+    int held = open(mProfile.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);  // as a first --in-place run would
+    writeFile(mDir / "steps", "node /sys/class/leds/red/brightness 9\n");
+    pid_t child = start({"--in-place", "run", (mDir / "steps").string()});
+    ASSERT_TRUE(await([&] { return !readFile(mDir / "stderr").empty(); }));
+    EXPECT_EQ(readFile(mDir / "stderr"),
+              "tevctl: " + mProfile.string() +
+                      " is in use by an --in-place run; waiting for it to end\n");
+    EXPECT_NE(readFile(mProfile / "fs/sys/class/leds/red/brightness"), "9");
+    close(held);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_EQ(readFile(mProfile / "fs/sys/class/leds/red/brightness"), "9");
 }
 
 }  // namespace
