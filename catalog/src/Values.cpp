@@ -1,6 +1,8 @@
 #include <tevcatalog/Values.h>
 #include <tevhost/Text.h>
 
+#include "TextEscape.h"
+
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -9,6 +11,9 @@
 #include <limits>
 
 namespace tevcatalog {
+
+using ::vendor::quoril::hardware::tevvendorservice::implementation::escapeText;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::utf8SequenceAt;
 
 namespace {
 
@@ -25,30 +30,6 @@ std::vector<std::string> splitCommas(const std::string& text) {
         pieces.push_back(text.substr(start, comma - start));
         start = comma + 1;
     }
-}
-
-// The length of the valid UTF-8 sequence of two or more bytes at |i|, or 0.
-size_t utf8Sequence(const std::string& s, size_t i) {
-    auto byte = [&](size_t k) { return static_cast<unsigned char>(s[k]); };
-    unsigned char c = byte(i);
-    size_t length = c >= 0xF0 && c <= 0xF4 ? 4 : c >= 0xE0 ? 3 : c >= 0xC2 && c <= 0xDF ? 2 : 0;
-    if (c >= 0xF5) length = 0;
-    if (length == 0 || i + length > s.size()) return 0;
-    for (size_t k = 1; k < length; ++k) {
-        if ((byte(i + k) & 0xC0) != 0x80) return 0;
-    }
-    // Overlong three- and four-byte forms, surrogates, and code points past U+10FFFF.
-    if (c == 0xE0 && byte(i + 1) < 0xA0) return 0;
-    if (c == 0xED && byte(i + 1) >= 0xA0) return 0;
-    if (c == 0xF0 && byte(i + 1) < 0x90) return 0;
-    if (c == 0xF4 && byte(i + 1) >= 0x90) return 0;
-    return length;
-}
-
-std::string hexEscape(const char* prefix, unsigned char c) {
-    char buffer[8];
-    snprintf(buffer, sizeof(buffer), "%s%02x", prefix, c);
-    return buffer;
 }
 
 }  // namespace
@@ -137,37 +118,14 @@ std::string signature(const Operation& op) {
 }
 
 std::string escape(const std::string& s, bool keepUtf8, bool json) {
-    std::string out;
-    for (size_t i = 0; i < s.size(); ++i) {
-        unsigned char c = static_cast<unsigned char>(s[i]);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c >= 0x20 && c < 0x7f) {
-            out += static_cast<char>(c);
-        } else if (size_t n = keepUtf8 && c >= 0x80 ? utf8Sequence(s, i) : 0) {
-            out.append(s, i, n);
-            i += n - 1;
-        } else if (json) {
-            out += hexEscape("\\u00", c);
-        } else if (c == '\n') {
-            out += "\\n";
-        } else if (c == '\t') {
-            out += "\\t";
-        } else if (c == '\r') {
-            out += "\\r";
-        } else {
-            out += hexEscape("\\x", c);
-        }
-    }
-    return out;
+    return escapeText(s, keepUtf8, json);
 }
 
 std::string printable(const std::string& s) {
     std::string out;
     for (size_t i = 0; i < s.size(); ++i) {
         unsigned char c = static_cast<unsigned char>(s[i]);
-        size_t n = c >= 0x80 ? utf8Sequence(s, i) : 0;
+        size_t n = c >= 0x80 ? utf8SequenceAt(s, i) : 0;
         if (n > 0) {
             out.append(s, i, n);
             i += n - 1;
