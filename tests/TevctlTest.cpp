@@ -574,7 +574,9 @@ TEST_F(TevctlTest, NoStepOrPassThroughLeavesTheProfile) {
             }
             EXPECT_EQ(tree(mDir / "decoy"), decoyBefore);
             EXPECT_TRUE(fs::is_empty(mTmp));  // no scratch copy left behind
-            if (!inPlace) EXPECT_EQ(tree(mProfile), profileBefore);
+            if (!inPlace) {
+                EXPECT_EQ(tree(mProfile), profileBefore);
+            }
         }
     }
     // In place, the steps changed the profile itself, and only there.
