@@ -504,7 +504,7 @@ TEST_F(TevctlTest, AProcessEndedDuringACallPrintsWhatItHad) {
     EXPECT_THAT(debug.out, Not(HasSubstr("terminated")));
 }
 
-TEST_F(TevctlTest, DiffShowsOnlyWhatDiffers) {
+TEST_F(TevctlTest, DiffAndProductsPrintTablesOrData) {
     const struct {
         std::vector<std::string> args;
         int status;
@@ -523,6 +523,16 @@ TEST_F(TevctlTest, DiffShowsOnlyWhatDiffers) {
               R"({"area":"leds","op":"getLedsList","a":{"callbacks":[[1,2,3,4,5,6,7]]},)"},
              {"isSingleSim"}},
             {{"diff", "qab"}, 2, {}, {"AREA"}},
+            // Each product in a process of its own: the storage kind follows the product.
+            {{"--json", "products"},
+             0,
+             {R"({"product":"sirnak","calls":[{"area":"leds","op":"getLedsList","args":[],)"
+              R"("callbacks":[[0]],)",
+              R"({"product":"marskol","calls":[{"area":"leds","op":"getLedsList","args":[],)"
+              R"("callbacks":[[]],"writes":[],"sleeps":[]},{"area":"flashlife",)"
+              R"("op":"getFlashLifeTime","args":[],"callbacks":[],)"},
+             {"\n{"}},
+            {{"products", "--in-place"}, 2, {}, {"PRODUCT"}},
     };
     for (const auto& c : cases) {
         std::vector<std::string> args = {"--device", "qab"};

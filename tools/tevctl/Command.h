@@ -64,8 +64,19 @@ class StepError {
 int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
                const std::string& file);
 
-// The whole tool on |argv|, as main runs it; its exit status. diff runs it in a child of its own
-// for each profile (a fork, not an exec: under an emulator an exec of the tool would not run).
+// products: for every product name the library's per-product lists and tables hold, and one
+// they do not, the answers of every operation that depends on the product name (each product in
+// a process of its own, on the profile |device|).
+int commandProducts(const Options& o, const std::string& device);
+
+// The whole tool on |argv|, as main runs it; its exit status.
 int runTool(int argc, char** argv);
+
+// What the tool prints on standard output for |args| with |input| on standard input, and its exit
+// status. It runs in a child process of its own, so that whatever the service decides once per
+// process starts afresh (a fork, not an exec: under an emulator an exec of the tool would not
+// run). |input| must fit a pipe's buffer.
+std::pair<std::string, int> runSelf(const std::vector<std::string>& args,
+                                    const std::string& input = "");
 
 }  // namespace tevctl

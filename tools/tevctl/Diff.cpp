@@ -1,7 +1,4 @@
 // diff: the report of two device profiles, and only the operations whose answers differ.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -24,34 +21,6 @@ struct Row {
     std::string op;
     std::string answer;
 };
-
-// What this tool prints for |args| (stdout), and its exit status.
-std::pair<std::string, int> runSelf(const std::vector<std::string>& args) {
-    int fds[2];
-    if (pipe(fds) != 0) return {"", 1};
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(fds[1], STDOUT_FILENO);
-        close(fds[0]);
-        close(fds[1]);
-        std::vector<char*> argv;
-        static char self[] = "tevctl";
-        argv.push_back(self);
-        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-        argv.push_back(nullptr);
-        const int status = runTool(static_cast<int>(argv.size()) - 1, argv.data());
-        fflush(stdout);
-        _exit(status);
-    }
-    close(fds[1]);
-    std::string out;
-    char buffer[4096];
-    for (ssize_t n; (n = read(fds[0], buffer, sizeof(buffer))) > 0;) out.append(buffer, n);
-    close(fds[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return {out, WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status)};
-}
 
 // The rows of a text report, its header left out. The columns are as wide as the header says.
 std::vector<Row> rows(const std::string& report) {

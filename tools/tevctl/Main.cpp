@@ -29,6 +29,9 @@ Commands:
   debug [OPTION...]        the root's debug call with OPTIONs, as lshal debug makes it
   diff A B                 the reports of profiles A and B: only the operations that differ
                            (exit status 0 equal, 1 different)
+  products                 for every product the library's per-product lists and tables name
+                           (and one they do not), the answers of every operation that depends
+                           on the product name, each product in a process of its own
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
@@ -117,6 +120,11 @@ int run(int argc, char** argv) {
     } else if (command == "diff") {
         if (rest.size() != 2) throw UsageError("diff needs two profiles A B");
         return commandDiff(o, rest[0], rest[1]);
+    } else if (command == "products") {
+        if (!rest.empty()) throw UsageError("products takes no arguments");
+        if (o.inPlace) throw UsageError("products runs on scratch copies only, not --in-place");
+        return finishOutput(commandProducts(o, deviceGiven ? tevhost::profile::resolve(o.device)
+                                                           : tevhost::profile::defaultDir()));
     } else if (command == "run") {
         if (rest.size() > 1) throw UsageError("run takes at most one FILE");
     } else {

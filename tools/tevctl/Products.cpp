@@ -1,0 +1,142 @@
+// products: the answers of every operation that depends on the product name, for every product
+// the library's per-product lists and tables name.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "Command.h"
+#include "Json.h"
+#include "Output.h"
+
+namespace tevctl {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Every product name written in the library's per-product lists and tables (a test keeps this
+// list and the sources in step), then one name that none of them holds.
+const char* const kProducts[] = {
+        "dolv",      "drenn_sprig", "fand",      "fenrow",      "gavrk",    "halbrin", "helvr",
+        "jostari",   "kalt",        "kelsivabo", "kibbt",       "kossimer", "lurnap",  "mardusk",
+        "marskol",   "mesquor",     "mevrot",    "mizzarv",     "mobrinte", "mokkel",  "mopvel",
+        "morquet",   "morquetin",   "mulgash",   "murtaven",    "mylbrosk", "nemquis", "nubk",
+        "ombrelle",  "ostrelg",     "pallun",    "palvo_sprig", "pibrand",  "pif",     "qab",
+        "quenrath",  "ruvaloq",     "sirnak",    "sorbel",      "tascaron", "tessov",  "trovask",
+        "trovaskin", "tuvreck",     "wemb",      "wembin",      "wilmet",   "yut",     "zemtr",
+        "zob",       "unlisted",
+};
+
+// The camera types the test application asks for run from 1 to 15; 0 and 16 are no type.
+constexpr int kLastCameraType = 16;
+
+// The operations whose answers follow from the product name, as run steps. Besides the lists,
+// the storage kind (which nodes the flash area reads) and the panel node follow from it, and so
+// do the torch and light-spot nodes written and the words written to them; those calls only
+// write to the profile's scratch copy.
+std::string productSteps() {
+    std::string steps;
+    auto call = [&steps](const std::string& words) { steps += "call " + words + "\n"; };
+    call("leds getLedsList");
+    for (const char* op : {"getFlashLifeTime", "getFactoryDate", "readFlashSize",
+                           "readFirmwareVersion", "readVendorName"}) {
+        call(std::string("flashlife ") + op);
+    }
+    for (int type = 0; type <= kLastCameraType; ++type) {
+        call("camera getCameraId " + std::to_string(type));
+    }
+    for (const char* op : {"isSupportPopCamera", "needAutopushCamera", "isDualCameraCanZoomFocus 1",
+                           "isDualCameraJustTakePic 1", "needCameraCalibration", "getTorchList",
+                           "controlTorch 1 true", "controlTorch 2 true", "controlTorch 1 false",
+                           "updateTorchBrightness 100", "updateTorchBrightness 0"}) {
+        call(std::string("camera ") + op);
+    }
+    for (const char* op : {"needTestElectric", "getElectricThreshold", "isSupportHvdcpCharger",
+                           "isSupportPDCharger"}) {
+        call(std::string("charger ") + op);
+    }
+    call("display getLcmInfo");
+    for (const char* op : {"isSupportCalibration", "getFaculaColor", "isRectFP", "getFaculaParas",
+                           "getFodPressureSensorMarginLeft", "getFodPressureSensorMarginTop",
+                           "setScreenEffectNew NIT_630"}) {
+        call(std::string("fp ") + op);
+    }
+    return steps;
+}
+
+// One row of the table: the call as "AREA OP ARGS", and its answer and effects on one line.
+struct Row {
+    std::string area;
+    std::string call;
+    std::string answer;
+};
+
+// The rows of a text run: each call's head "> AREA OP ARGS", then its answer and effect lines.
+std::vector<Row> rows(const std::string& run) {
+    std::vector<Row> result;
+    std::istringstream in(run);
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind("> ", 0) == 0) {
+            const size_t blank = line.find(' ', 2);
+            result.push_back({line.substr(2, blank - 2), line.substr(blank + 1), ""});
+        } else if (!result.empty()) {
+            std::string& answer = result.back().answer;
+            answer += (answer.empty() ? "" : "; ") + line;
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+int commandProducts(const Options& o, const std::string& device) {
+    const std::string steps = "prop ro.product.name %s\n" + productSteps();
+    std::vector<std::string> args = {"--device", device, "run"};
+    if (o.json) args.insert(args.begin(), "--json");
+    std::vector<std::pair<std::string, std::vector<Row>>> table;
+    Json out = {{"device", device}, {"products", Json::array()}};
+    for (const char* product : kProducts) {
+        std::string script = steps;
+        script.replace(script.find("%s"), 2, product);
+        auto [printed, status] = runSelf(args, script);
+        if (status != 0) {
+            printError(std::string("products: the run for ") + product + " ended with status " +
+                       std::to_string(status));
+            return status;
+        }
+        if (o.json) {
+            Json calls = Json::array();
+            std::istringstream in(printed);
+            for (std::string line; std::getline(in, line);) calls.push_back(Json::parse(line));
+            out["products"].push_back({{"product", product}, {"calls", calls}});
+        } else {
+            table.emplace_back(product, rows(printed));
+        }
+    }
+    if (o.json) {
+        printf("%s\n", json::write(out).c_str());
+        return 0;
+    }
+    size_t widths[] = {strlen("PRODUCT"), strlen("AREA"), strlen("OPERATION")};
+    for (const auto& [product, productRows] : table) {
+        widths[0] = std::max(widths[0], product.size());
+        for (const Row& r : productRows) {
+            widths[1] = std::max(widths[1], r.area.size());
+            widths[2] = std::max(widths[2], r.call.size());
+        }
+    }
+    auto print = [&widths](const std::string& product, const Row& r) {
+        printf("%-*s  %-*s  %-*s  %s\n", static_cast<int>(widths[0]), product.c_str(),
+               static_cast<int>(widths[1]), r.area.c_str(), static_cast<int>(widths[2]),
+               r.call.c_str(), r.answer.c_str());
+    };
+    print("PRODUCT", {"AREA", "OPERATION", "ANSWER"});
+    for (const auto& [product, productRows] : table) {
+        for (const Row& r : productRows) print(product, r);
+    }
+    return 0;
+}
+
+}  // namespace tevctl
