@@ -1,6 +1,6 @@
 // Fixture of the area tests: a node in any state a handset can present, a property set or unset
-// from one argument, an area's log lines with their priorities, the process's open descriptors,
-// and what an operation hands its callback.
+// from one argument, an area's log lines with their priorities, and what an operation hands its
+// callback.
 #pragma once
 
 #include <optional>
@@ -46,14 +46,6 @@ std::optional<T> answer(const S& obj, ::android::hardware::Return<void> (Obj::*o
     EXPECT_TRUE(ret.isOk());
     EXPECT_LE(calls, 1);
     return out;
-}
-
-// Every area's extFun is a stub: it never calls its callback.
-template <typename S>
-void expectExtFunSilent(const S& area) {
-    using Area = std::remove_reference_t<decltype(*area)>;
-    using Strings = ::android::hardware::hidl_vec<::android::hardware::hidl_string>;
-    EXPECT_FALSE((answer<std::vector<std::string>>(area, &Area::extFun, "x", Strings{"a"})));
 }
 
 class AreaTest : public HandsetTest {

@@ -170,7 +170,6 @@ TEST_F(FlashLifeTest, RootBuildsTheAreaOnceAndOnlyTheWholeNameOfAnEmmcProductMea
     sp<F> first = service->getExtensionFlashLifeCheckService();
     EXPECT_EQ(value(service->getExtensionFlashLifeCheckService()), first);
     EXPECT_EQ(logged(kTag).size(), 2u);  // one construction: the name and the storage kind
-    expectExtFunSilent(first);
 
     // "marskol" itself is shown in a fresh process below: this process must stay on UFS.
     node(kUfsSize, "488308736\n");
@@ -187,7 +186,6 @@ TEST_F(FlashLifeTest, RootBuildsTheAreaOnceAndOnlyTheWholeNameOfAnEmmcProductMea
 
 TEST_F(FlashLifeUfsTest, LifeTimeReportsWhatEarlierCallsFoundWhenLinesAreMissing) {
     // The values stand at a fixed position, right after the field name; the scan ends at B.
-    EXPECT_EQ(estA("0x1"), "Device Descriptor[Byte offset 0x3]: bDeviceLifeTimeEstA = 0x1\n");
     node(kHealthDump, kHealthHead + estA("0x1") + estB("0x2") + kHealthTail);
     EXPECT_EQ(answer<Lines>(flash, &F::getFlashLifeTime), est("0x1", "0x2"));
     Lines log = scanned("readUfsLifeTime line: ", kHealthHead + estA("0x1"));
@@ -217,8 +215,6 @@ TEST_F(FlashLifeUfsTest, LifeTimeReportsWhatEarlierCallsFoundWhenLinesAreMissing
 }
 
 TEST_F(FlashLifeUfsTest, FactoryDateReportsWhatEarlierCallsFoundWhenTheLineIsMissing) {
-    EXPECT_EQ(dateLine("0x1907"),
-              "Device Descriptor[Byte offset 0x12]: wManufactureDate = 0x1907\n");
     node(kDeviceDump, kDeviceHead + dateLine("0x1907") + kDeviceTail);
     EXPECT_EQ(answer<std::string>(flash, &F::getFactoryDate), "0x1907");
     // The scan ends at the date line.

@@ -26,7 +26,6 @@ TEST_F(VersionCheckServiceTest, SingleSimOnlyForExactlyOne) {
     }
     prop("ro.orvu.singlesim", "1");
     EXPECT_TRUE(value(version->isSingleSim()));
-    expectExtFunSilent(version);
 }
 
 TEST_F(VersionCheckServiceTest, PropertyAnswersAndTheirDefaults) {
