@@ -81,17 +81,24 @@ class TevctlTest : public ::testing::Test {
         writeFile(mProfile / "fs" / path.substr(1), content);
     }
 
-    // Runs tevctl on this test's profile (unless the arguments name another device), with its
-    // standard output in a file, or redirected as |stdoutTo| says (">/dev/full", ">&-").
-    Result tevctl(std::vector<std::string> args, const std::string& input = "",
-                  const std::string& stdoutTo = "") {
+    // The shell words that run tevctl with |args| on this test's profile (unless the arguments
+    // name another device), its scratch copies in DIR/tmp.
+    std::string commandLine(std::vector<std::string> args) const {
         if (std::find(args.begin(), args.end(), "--device") == args.end()) {
             args.insert(args.begin(), {"--device", mProfile.string()});
         }
-        writeFile(mDir / "stdin", input);
         std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv;
         for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) command += " " + quote(word);
         for (const auto& a : args) command += " " + quote(a);
+        return command;
+    }
+
+    // Runs tevctl with |args|, with its standard output in a file, or redirected as |stdoutTo|
+    // says (">/dev/full", ">&-").
+    Result tevctl(const std::vector<std::string>& args, const std::string& input = "",
+                  const std::string& stdoutTo = "") {
+        writeFile(mDir / "stdin", input);
+        const std::string command = commandLine(args);
         const std::string io =
                 " <" + quote((mDir / "stdin").string()) +
                 (stdoutTo.empty() ? " >" + quote((mDir / "stdout").string()) : " " + stdoutTo) +
@@ -117,11 +124,8 @@ class TevctlTest : public ::testing::Test {
     // Starts tevctl on this test's profile in a child of its own; its stderr goes to DIR/stderr.
     pid_t start(const std::vector<std::string>& args) {
         fs::remove(mDir / "stderr");
-        std::string line = "exec env TMPDIR=" + quote(mTmp.string());
-        for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
-        line += " --device " + quote(mProfile.string());
-        for (const auto& a : args) line += " " + quote(a);
-        line += " >/dev/null 2>" + quote((mDir / "stderr").string());
+        const std::string line = "exec env " + commandLine(args) + " >/dev/null 2>" +
+                                 quote((mDir / "stderr").string());
         pid_t child = fork();
         if (child == 0) {
             execl("/bin/sh", "sh", "-c", line.c_str(), static_cast<char*>(nullptr));
@@ -598,10 +602,9 @@ TEST_F(TevctlTest, NoStepOrPassThroughLeavesTheProfile) {
 TEST_F(TevctlTest, AScriptInALocalFolderNamedDIsRead) {
     useQabBesideADecoy();
     writeFile(mDir / "d/steps", "call version getCpuId\n");
-    std::string line = "cd " + quote(mDir.string()) + " &&";
-    for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
-    line += " --device " + quote(mProfile.string()) + " run d/steps >" +
-            quote((mDir / "stdout").string()) + " 2>&1";
+    const std::string line = "cd " + quote(mDir.string()) + " && " +
+                             commandLine({"run", "d/steps"}) + " >" +
+                             quote((mDir / "stdout").string()) + " 2>&1";
     ASSERT_EQ(std::system(line.c_str()), 0) << readFile(mDir / "stdout");
     EXPECT_EQ(readFile(mDir / "stdout"), "> version getCpuId\n\"0x8b3e71d5\"\n");
 }
@@ -609,9 +612,8 @@ TEST_F(TevctlTest, AScriptInALocalFolderNamedDIsRead) {
 // The scratch copy goes on every exit the process can catch (the exits themselves are the
 // cleanup's own test): here, a reader that went away after one line.
 TEST_F(TevctlTest, TheScratchCopyGoesWhenTheReaderGoes) {
-    std::string line = "TMPDIR=" + quote(mTmp.string());
-    for (const auto& word : tevhost::childCommand(TEVCTL_PATH)) line += " " + quote(word);
-    EXPECT_EQ(std::system((line + " --device qab report | head -1 >/dev/null").c_str()), 0);
+    const std::string line = commandLine({"--device", "qab", "report"});
+    EXPECT_EQ(std::system((line + " | head -1 >/dev/null").c_str()), 0);
     EXPECT_TRUE(fs::is_empty(mTmp));
 }
 

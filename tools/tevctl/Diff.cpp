@@ -1,13 +1,12 @@
 // diff: the report of two device profiles, and only the operations whose answers differ.
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "Command.h"
 #include "Json.h"
+#include "Output.h"
 
 namespace tevctl {
 
@@ -108,26 +107,14 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
         }
         printf("%s\n", json::write(out).c_str());
     } else if (!differing.empty()) {
-        size_t widths[] = {strlen("AREA"), strlen("OPERATION"), a.size()};
+        std::vector<std::vector<std::string>> table = {{"AREA", "OPERATION", a, b}};
         for (const std::string& key : differing) {
             const size_t blank = key.find(' ');
-            widths[0] = std::max(widths[0], blank);
-            widths[1] = std::max(widths[1], key.size() - blank - 1);
-            widths[2] = std::max(widths[2], answer[0].count(key) ? answer[0][key].size() : 1);
+            table.push_back({key.substr(0, blank), key.substr(blank + 1),
+                             answer[0].count(key) ? answer[0][key] : "-",
+                             answer[1].count(key) ? answer[1][key] : "-"});
         }
-        auto row = [&widths](const std::string& area, const std::string& op, const std::string& x,
-                             const std::string& y) {
-            printf("%-*s  %-*s  %-*s  %s\n", static_cast<int>(widths[0]), area.c_str(),
-                   static_cast<int>(widths[1]), op.c_str(), static_cast<int>(widths[2]), x.c_str(),
-                   y.c_str());
-        };
-        row("AREA", "OPERATION", a, b);
-        for (const std::string& key : differing) {
-            const size_t blank = key.find(' ');
-            row(key.substr(0, blank), key.substr(blank + 1),
-                answer[0].count(key) ? answer[0][key] : "-",
-                answer[1].count(key) ? answer[1][key] : "-");
-        }
+        printColumns(table);
     }
     return differing.empty() ? 0 : 1;
 }

@@ -2,6 +2,7 @@
 
 #include <tevcatalog/Values.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -94,6 +95,22 @@ json::Json callJson(const CallRecord& r, bool withLog) {
     if (!r.outcome.transportError.empty()) call["transportError"] = r.outcome.transportError;
     if (!r.terminated.empty()) call["terminated"] = r.terminated;
     return call;
+}
+
+void printColumns(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t i = 0; i + 1 < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+    }
+    for (const auto& row : rows) {
+        std::string line;
+        for (size_t i = 0; i < row.size(); ++i) {
+            line += row[i];
+            if (i + 1 < row.size()) line += std::string(widths[i] - row[i].size() + 2, ' ');
+        }
+        printf("%s\n", line.c_str());
+    }
 }
 
 void printLines(const std::vector<std::string>& lines, const char* indent) {

@@ -24,6 +24,10 @@ std::vector<std::string> effectLines(const CallRecord& record, bool withLog);
 // "msg"}]), "transportError" and "terminated" (when there was one)}.
 json::Json callJson(const CallRecord& record, bool withLog);
 
+// Prints |rows| as a table: every column but the last padded to its widest cell, two blanks
+// between columns.
+void printColumns(const std::vector<std::vector<std::string>>& rows);
+
 // Prints |lines|, each after |indent|.
 void printLines(const std::vector<std::string>& lines, const char* indent = "");
 

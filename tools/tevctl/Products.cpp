@@ -1,8 +1,6 @@
 // products: the answers of every operation that depends on the product name, for every product
 // the library's per-product lists and tables name.
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -119,23 +117,11 @@ int commandProducts(const Options& o, const std::string& device) {
         printf("%s\n", json::write(out).c_str());
         return 0;
     }
-    size_t widths[] = {strlen("PRODUCT"), strlen("AREA"), strlen("OPERATION")};
+    std::vector<std::vector<std::string>> lines = {{"PRODUCT", "AREA", "OPERATION", "ANSWER"}};
     for (const auto& [product, productRows] : table) {
-        widths[0] = std::max(widths[0], product.size());
-        for (const Row& r : productRows) {
-            widths[1] = std::max(widths[1], r.area.size());
-            widths[2] = std::max(widths[2], r.call.size());
-        }
+        for (const Row& r : productRows) lines.push_back({product, r.area, r.call, r.answer});
     }
-    auto print = [&widths](const std::string& product, const Row& r) {
-        printf("%-*s  %-*s  %-*s  %s\n", static_cast<int>(widths[0]), product.c_str(),
-               static_cast<int>(widths[1]), r.area.c_str(), static_cast<int>(widths[2]),
-               r.call.c_str(), r.answer.c_str());
-    };
-    print("PRODUCT", {"AREA", "OPERATION", "ANSWER"});
-    for (const auto& [product, productRows] : table) {
-        for (const Row& r : productRows) print(product, r);
-    }
+    printColumns(lines);
     return 0;
 }
 
