@@ -275,7 +275,7 @@ call usb getUsbPluginStatus
     Result r = tevctl({"--json", "run"}, script);
     EXPECT_EQ(r.status, 2);
     EXPECT_THAT(lines(r.err), ElementsAre("tevctl: <stdin>:17: unknown step 'blink' (call, prop, "
-                                          "node, rmnode, respond)"));
+                                          "node, rmnode, folder, deny, full, respond)"));
     std::vector<std::string> answers;
     for (const auto& line : lines(r.out)) {
         size_t at = line.find("\"return\":");
@@ -300,6 +300,8 @@ TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
             {"prop persist.vendor.x a b", "prop takes KEY [VALUE] (a VALUE with blanks in quotes)"},
             {"node /sys/x a b", "node takes PATH [CONTENT] (a CONTENT with blanks in quotes)"},
             {"rmnode /sys/x /sys/y", "rmnode takes exactly PATH"},
+            {"deny /etc/passwd", "'/etc/passwd' is not a device path"},
+            {"full /sys/x /sys/y", "full takes exactly PATH"},
             {"respond /sys/x w a b", "needs PATH WORD REPLY (a REPLY with blanks in quotes)"},
             {"prop persist.vendor.x \"a", "a quote is not closed"},
             {"respond /sys/x \"w\"x r", "a closing quote must end its word"},
@@ -563,6 +565,7 @@ TEST_F(TevctlTest, NoStepOrPassThroughLeavesTheProfile) {
             {"node /d/../../../tmp/x X", 2, "steps:1: '/d/../../../tmp/x'" + notDevice},
             {"rmnode /sys/../..", 2, "steps:1: '/sys/../..'" + notDevice},
             {"rmnode /proc/self", 2, "steps:1: '/proc/self'" + notDevice},
+            {"folder /sys/../../../decoy", 2, "steps:1: '/sys/../../../decoy'" + notDevice},
             {"call root getVendorFileValue /sys/../../../decoy/secret", 0, "\"\""},
             {"call root getVendorFileValue " + decoy, 0, "\"\""},
             {"call root getVendorFileValue ../../decoy/secret", 0, "\"\""},

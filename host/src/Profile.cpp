@@ -257,12 +257,4 @@ void Profile::unlock() {
     mLock = -1;
 }
 
-bool Profile::writeNode(const std::string& path, const std::string& content, std::string* error) {
-    return sandbox::writeNode(path, content, error);
-}
-
-bool Profile::removeNode(const std::string& path, std::string* error) {
-    return sandbox::removeNode(path, error);
-}
-
 }  // namespace tevhost::profile

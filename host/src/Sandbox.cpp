@@ -658,17 +658,24 @@ bool checkRoot(const std::string& dir, std::string* error) {
     return true;
 }
 
-bool writeNode(const std::string& path, const std::string& content, std::string* error) {
+namespace {
+// The device path of a run-script edit's |path|, or "" with |error| when it leaves the node trees.
+std::string nodePathOf(const std::string& path, std::string* error) {
     std::string device = devicePath(path);
-    if (device.empty()) {
-        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
-        return false;
-    }
+    if (device.empty()) *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
+    return device;
+}
+}  // namespace
+
+bool writeNode(const std::string& path, const std::string& content, std::string* error) {
+    std::string device = nodePathOf(path, error);
+    if (device.empty()) return false;
     size_t slash = device.rfind('/');
     int fd = -1;
-    if (makeFolders(device.substr(0, slash))) {
-        fd = openInRoot(device, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY, 0644);
-    }
+    const int how = O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY;
+    if (makeFolders(device.substr(0, slash))) fd = openInRoot(device, how, 0644);
+    // A folder standing where the node goes is replaced, as any content is.
+    if (fd < 0 && errno == EISDIR && removeNode(device, error)) fd = openInRoot(device, how, 0644);
     struct stat st;
     bool ok = fd >= 0 && fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
     for (size_t done = 0; ok && done < content.size();) {
@@ -683,11 +690,8 @@ bool writeNode(const std::string& path, const std::string& content, std::string*
 }
 
 bool removeNode(const std::string& path, std::string* error) {
-    std::string device = devicePath(path);
-    if (device.empty()) {
-        *error = "'" + path + "' is not a device path (/sys, /proc or /d)";
-        return false;
-    }
+    std::string device = nodePathOf(path, error);
+    if (device.empty()) return false;
     size_t slash = device.rfind('/');
     int parent = openInRoot(slash == 0 ? "/" : device.substr(0, slash), O_PATH | O_DIRECTORY);
     if (parent < 0 && errno == ENOENT) return true;  // nothing there to remove
@@ -695,6 +699,26 @@ bool removeNode(const std::string& path, std::string* error) {
     if (parent >= 0) realClose(parent);
     if (!ok) *error = "cannot remove " + device;
     return ok;
+}
+
+bool makeFolder(const std::string& path, std::string* error) {
+    std::string device = nodePathOf(path, error);
+    if (device.empty() || !removeNode(device, error)) return false;
+    if (makeFolders(device)) return true;
+    *error = "cannot make the folder " + device;
+    return false;
+}
+
+bool denyNode(const std::string& path, std::string* error) {
+    std::string device = nodePathOf(path, error);
+    if (!device.empty()) deny(device);
+    return !device.empty();
+}
+
+bool fillNode(const std::string& path, std::string* error) {
+    std::string device = nodePathOf(path, error);
+    if (!device.empty()) refuseWrites(device);
+    return !device.empty();
 }
 
 std::vector<Write> writes() {

@@ -61,8 +61,7 @@ class StepError {
 };
 
 // run: the steps of |file| (standard input when empty or "-"), one per line, in one process.
-int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
-               const std::string& file);
+int commandRun(Session& session, Options& o, const std::string& file);
 
 // products: for every product name the library's per-product lists and tables hold, and one
 // they do not, the answers of every operation that depends on the product name (each product in

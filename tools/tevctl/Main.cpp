@@ -38,6 +38,9 @@ Commands:
                              prop KEY [VALUE]      set a property; without VALUE unset it
                              node PATH [CONTENT]   write a node
                              rmnode PATH           remove a node
+                             folder PATH           put an empty folder in a node's place
+                             deny PATH             refuse the node's opens (EACCES)
+                             full PATH             refuse the node's writes (ENOSPC)
                              respond PATH WORD [REPLY]  after WORD is written to PATH, it reads
                                                    REPLY
                            A step's words are separated by blanks. Every word takes the C
@@ -162,7 +165,7 @@ int run(int argc, char** argv) {
         }
     } else {
         try {
-            status = commandRun(session, device, o, rest.empty() ? "" : rest[0]);
+            status = commandRun(session, o, rest.empty() ? "" : rest[0]);
         } catch (const StepError& e) {
             printError(e.message);
             status = e.status;

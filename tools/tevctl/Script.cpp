@@ -15,8 +15,7 @@
 
 namespace tevctl {
 
-int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
-               const std::string& file) {
+int commandRun(Session& session, Options& o, const std::string& file) {
     o.steps = true;
     std::ifstream in;
     std::istream* input = &std::cin;
@@ -71,16 +70,21 @@ int commandRun(Session& session, tevhost::profile::Profile& device, Options& o,
             if (words.empty() || words.size() > 2) {
                 fail("node takes PATH [CONTENT] (a CONTENT with blanks in quotes)");
             }
-            if (!device.writeNode(words[0], words.size() == 2 ? words[1] : "", &error)) fail(error);
-        } else if (step == "rmnode") {
-            if (words.size() != 1) fail("rmnode takes exactly PATH");
-            if (!device.removeNode(words[0], &error)) fail(error);
+            const std::string content = words.size() == 2 ? words[1] : "";
+            if (!tevhost::sandbox::writeNode(words[0], content, &error)) fail(error);
+        } else if (step == "rmnode" || step == "folder" || step == "deny" || step == "full") {
+            if (words.size() != 1) fail(step + " takes exactly PATH");
+            bool done = step == "rmnode"   ? tevhost::sandbox::removeNode(words[0], &error)
+                        : step == "folder" ? tevhost::sandbox::makeFolder(words[0], &error)
+                        : step == "deny"   ? tevhost::sandbox::denyNode(words[0], &error)
+                                           : tevhost::sandbox::fillNode(words[0], &error);
+            if (!done) fail(error);
         } else if (step == "respond") {
             tevhost::profile::Driver driver;
             if (!tevhost::profile::parseDriver(rest, "respond", &driver, &error)) fail(error);
             tevhost::profile::declare({driver});
         } else {
-            fail("unknown step '" + step + "' (call, prop, node, rmnode, respond)");
+            fail("unknown step '" + step + "' (call, prop, node, rmnode, folder, deny, full, respond)");
         }
     }
     if (input->bad())

@@ -60,10 +60,6 @@ class Profile {
 
     const std::string& dir() const { return mDir; }
 
-    // Edits of the node tree; |path| is a device path ("/sys/...").
-    bool writeNode(const std::string& path, const std::string& content, std::string* error);
-    bool removeNode(const std::string& path, std::string* error);
-
   private:
     // Takes the profile's lock (flock(2) on its folder), waiting if another run holds it.
     bool lock(const std::string& profile, int how, std::string* error);

@@ -1,0 +1,62 @@
+#!/bin/bash
+# tests/check_case.sh SRC CASE TEVCTL...: runs one case and compares it with what it says.
+#
+# A case (tests/cases/DEVICE/NAME.case) is a tevctl run script with what each call prints (with
+# --log) written under the call, every such line indented by two blanks. The script, which is the
+# case without its indented lines, runs in SRC on the bundled profile DEVICE, in a process of its
+# own; what it prints must be what the case says, byte for byte. A run that ends other than with
+# status 0, or says anything on standard error, adds both at the end. The service library's folder
+# is written LIB, so that the case holds for every build. TEVCTL is given as the words that run
+# it, an emulator's first.
+# With TEV_UPDATE_GOLDEN=1 the case's indented lines are written instead: review its diff before
+# committing it.
+set -euo pipefail
+src=$1
+case=$2
+shift 2
+[ $# -gt 0 ] || {
+    echo "usage: tests/check_case.sh SRC CASE TEVCTL..." >&2
+    exit 2
+}
+device=$(basename "$(dirname "$case")")
+lib=$(cd "$(dirname "${@: -1}")/../lib" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+grep -v '^  ' "$case" >"$work/steps" || true
+status=0
+(cd "$src" && "$@" --device "$device" --log run "$work/steps" >"$work/out" 2>"$work/err") ||
+    status=$?
+# Each call's output is headed by "> AREA OP ARGS": the call's own line in the case stands in for
+# that head, and the lines under it go under the call.
+awk -v out="$work/out" -v err="$work/err" -v status="$status" '
+    BEGIN {
+        while ((getline line < out) > 0) {
+            if (substr(line, 1, 2) == "> ") { count[++blocks] = 0; continue }
+            if (blocks == 0) { loose[++looseLines] = line; continue }
+            block[blocks, ++count[blocks]] = line
+        }
+    }
+    { print }
+    $1 == "call" && ++calls <= blocks { for (i = 1; i <= count[calls]; i++) print "  " block[calls, i] }
+    END {
+        for (i = 1; i <= looseLines; i++) print "  " loose[i]
+        errLines = 0
+        while ((getline line < err) > 0) text[++errLines] = line
+        if (status != 0 || errLines > 0) {
+            print "  --- standard error"
+            for (i = 1; i <= errLines; i++) print "  " text[i]
+            print "  --- exit status " status
+        }
+    }' "$work/steps" | sed -e "s|$lib|LIB|g" -e "s|$work/steps|STEPS|g" >"$work/got"
+
+if [ "${TEV_UPDATE_GOLDEN:-}" = 1 ]; then
+    cp "$work/got" "$case"
+    echo "check_case: wrote $case"
+    exit 0
+fi
+if ! diff -u --label "$case" --label "what it prints now" "$case" "$work/got" | head -c 20000; then
+    echo "check_case: $case no longer holds. If the change is meant, run this test again with" \
+        "TEV_UPDATE_GOLDEN=1, review the case's diff and commit it." >&2
+    exit 1
+fi
