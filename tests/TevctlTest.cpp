@@ -223,72 +223,6 @@ TEST_F(TevctlTest, CallPrintsTheAnswerAsTextOrOneJsonObject) {
     }
 }
 
-TEST_F(TevctlTest, ListGivesEveryOperationWithItsTypesAndWhetherItReads) {
-    Result text = tevctl({"list"});
-    EXPECT_EQ(text.status, 0);
-    EXPECT_THAT(text.out, HasSubstr("  setScreenEffectNew(NitMode mode) -> bool"));
-    EXPECT_THAT(text.out, ::testing::ContainsRegex("  getFlashLifeTime\\(\\) -> "
-                                                   "cb\\(vec<string>\\) +reads\n"));
-    EXPECT_THAT(text.out, ::testing::ContainsRegex("  controlLed\\(int32_t type, bool isOn\\) -> "
-                                                   "void +drives\n"));
-    Result json = tevctl({"--json", "list"});
-    EXPECT_THAT(json.out, HasSubstr(R"({"op":"getLedBrightness","args":[{"name":"type",)"
-                                    R"("type":"int32_t"},{"name":"isMax","type":"bool"}],)"
-                                    R"("return":"int32_t","callback":null,"reads":true})"));
-    EXPECT_EQ(lines(json.out).size(), 1u);
-}
-
-TEST_F(TevctlTest, LogLinesOfACallComeWithLog) {
-    Result json = tevctl({"--json", "--log", "call", "version", "getBasebandVersion"});
-    EXPECT_THAT(json.out, HasSubstr(R"("log":[{"prio":"I","tag":"vendor.quoril.hardware.)"
-                                    R"(tevvendorservice@1.0-TevVendorUtils","msg":"Getprop key = )"
-                                    R"(gsm.version.baseband , value = unknown, ret = 7"}]})"));
-    Result text = tevctl({"--log", "call", "root", "getVendorFileValue", "/sys/absent"});
-    EXPECT_THAT(lines(text.out),
-                ElementsAre("\"\"",
-                            "log E/vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils: "
-                            "Failed to open node /sys/absent",
-                            "log I/vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils: "
-                            "ReadFilePathValue path = /sys/absent value = "));
-}
-
-TEST_F(TevctlTest, RunKeepsStateAcrossStepsAndStopsAtTheFirstBadOne) {
-    const char* script = R"(# property, node and driver steps between calls
-prop ro.orvu.singlesim 1
-call version isSingleSim
-prop ro.orvu.singlesim
-call version isSingleSim
-
-node /sys/class/power_supply/usb/typec_cc_orientation 2\n
-call usb getUsbPluginStatus
-rmnode /sys/class/power_supply/usb/typec_cc_orientation
-call usb getUsbPluginStatus
-call root setVendorProperty persist.vendor.x "a b"
-call root getVendorProperty persist.vendor.x none
-node /proc/tp_selftest
-respond /proc/tp_selftest short 2\n
-call root setVendorFileValue /proc/tp_selftest short
-call root getVendorFileValue /proc/tp_selftest
-blink twice
-call usb getUsbPluginStatus
-)";
-    Result r = tevctl({"--json", "run"}, script);
-    EXPECT_EQ(r.status, 2);
-    EXPECT_THAT(lines(r.err), ElementsAre("tevctl: <stdin>:17: unknown step 'blink' (call, prop, "
-                                          "node, rmnode, folder, deny, full, respond)"));
-    std::vector<std::string> answers;
-    for (const auto& line : lines(r.out)) {
-        size_t at = line.find("\"return\":");
-        if (at == std::string::npos) at = line.find("\"callbacks\":");
-        answers.push_back(line.substr(at, line.find(",\"writes\"") - at));
-    }
-    EXPECT_THAT(answers,
-                ElementsAre(R"("return":true,"callbacks":[])", R"("return":false,"callbacks":[])",
-                            R"("return":2,"callbacks":[])", R"("return":-1,"callbacks":[])",
-                            R"("callbacks":["success"])", R"("callbacks":["a b"])",
-                            R"("callbacks":["success"])", R"("callbacks":["2"])"));
-}
-
 TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
     const std::tuple<const char*, const char*> cases[] = {
             {"call usb", "call needs AREA and OP"},
@@ -313,33 +247,6 @@ TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
         EXPECT_EQ(lines(r.out).size(), 2u) << step;  // the first call ran: "> ..." and -1
         EXPECT_THAT(r.err, StartsWith("tevctl: " + (mDir / "steps").string() + ":2: ")) << step;
         EXPECT_THAT(r.err, HasSubstr(says)) << step;
-    }
-}
-
-TEST_F(TevctlTest, EveryRunStepTakesQuotedWordsWithEscapes) {
-    // step | the call that shows what it did | the answer
-    const std::tuple<const char*, const char*, const char*> cases[] = {
-            {R"(prop persist.vendor.x "a b")", "call root getVendorProperty persist.vendor.x -",
-             R"("a b")"},
-            {R"(prop persist.vendor.x a\tb)", "call root getVendorProperty persist.vendor.x -",
-             R"("a\tb")"},
-            {R"(prop persist.vendor.x "")", "call root getVendorProperty persist.vendor.x -",
-             R"("-")"},
-            {R"(node /sys/class/x/n "1 2\n")", "call root getVendorFileValue /sys/class/x/n",
-             R"("1 2")"},
-            {R"(node /sys/class/x/n \x31\n)", "call root getVendorFileValue /sys/class/x/n",
-             R"("1")"},
-            {"node /sys/class/x/n\n"
-             R"(respond /sys/class/x/n "go on" "ok now\n")",
-             R"(call root setVendorFileValue /sys/class/x/n "go on")"
-             "\ncall root getVendorFileValue /sys/class/x/n",
-             R"("ok now")"},
-    };
-    for (const auto& [step, show, answer] : cases) {
-        Result r = tevctl({"run"}, std::string(step) + "\n" + show + "\n");
-        EXPECT_EQ(r.status, 0) << step << ": " << r.err;
-        ASSERT_FALSE(lines(r.out).empty()) << step;
-        EXPECT_EQ(lines(r.out).back(), answer) << step;
     }
 }
 
