@@ -417,33 +417,39 @@ TEST_F(SealedRootTest, NodeEditsStayInTheRoot) {
     fs::permissions(mDevice + "/sys/ro/inner", fs::perms::owner_read | fs::perms::owner_exec);
     const std::string notDevice = " is not a device path (/sys, /proc or /d)";
     const struct {
-        bool write;  // writeNode, else removeNode
+        char edit;  // writeNode, removeNode, makeFolder, denyNode
         const char* path;
         const char* error;  // empty: done
         const char* node;   // what the (normalized) node holds afterwards
     } cases[] = {
-            {true, "/sys/new/deep/x", "", "/sys/new/deep/x=7"},
-            {true, "sys/../sys/rel", "", "/sys/rel=7"},
-            {true, "/sys/inside", "", "/sys/class/leds/red/brightness=7"},
-            {true, "/sys/../../decoy/secret", "'/sys/../../decoy/secret'", ""},
-            {true, "/proc/self/status", "'/proc/self/status'", ""},
-            {true, "/sys/abs", "cannot write /sys/abs", ""},
-            {true, "/sys/up", "cannot write /sys/up", ""},
-            {true, "/sys/dirlink/new", "cannot write /sys/dirlink/new", ""},
-            {true, "/sys/fifo", "cannot write /sys/fifo", ""},
-            {false, "/sys/../..", "'/sys/../..'", ""},
-            {false, "/d/../..", "'/d/../..'", ""},
-            {false, "/sys/dirlink", "", "/sys/dirlink=<absent>"},  // the link, not what it names
-            {false, "/sys/up", "", "/sys/up=<absent>"},
-            {false, "/sys/absent/node", "", "/sys/absent/node=<absent>"},
-            {false, "/sys/ro", "", "/sys/ro/inner/x=<absent>"},  // a folder without write permission
-            {false, "/sys/class", "", "/sys/class/leds/red/brightness=<absent>"},
+            {'w', "/sys/new/deep/x", "", "/sys/new/deep/x=7"},
+            {'w', "sys/../sys/rel", "", "/sys/rel=7"},
+            {'w', "/sys/inside", "", "/sys/class/leds/red/brightness=7"},
+            {'w', "/sys/../../decoy/secret", "'/sys/../../decoy/secret'", ""},
+            {'w', "/proc/self/status", "'/proc/self/status'", ""},
+            {'w', "/sys/abs", "cannot write /sys/abs", ""},
+            {'w', "/sys/up", "cannot write /sys/up", ""},
+            {'w', "/sys/dirlink/new", "cannot write /sys/dirlink/new", ""},
+            {'w', "/sys/fifo", "cannot write /sys/fifo", ""},
+            {'r', "/sys/../..", "'/sys/../..'", ""},
+            {'r', "/d/../..", "'/d/../..'", ""},
+            {'r', "/sys/dirlink", "", "/sys/dirlink=<absent>"},  // the link, not what it names
+            {'r', "/sys/up", "", "/sys/up=<absent>"},
+            {'r', "/sys/absent/node", "", "/sys/absent/node=<absent>"},
+            {'r', "/sys/ro", "", "/sys/ro/inner/x=<absent>"},  // a folder without write permission
+            {'r', "/sys/class", "", "/sys/class/leds/red/brightness=<absent>"},
+            {'f', "/sys/../../decoy/dir", "'/sys/../../decoy/dir'", ""},
+            {'f', "/sys/abs/new", "cannot make the folder /sys/abs/new", ""},
+            {'f', "/sys/abs", "", "/sys/abs/x=<absent>"},  // the link goes, a folder stands there
+            {'d', "/proc/../../decoy/secret", "'/proc/../../decoy/secret'", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.path);
         std::string error;
-        bool done = c.write ? sandbox::writeNode(c.path, "7", &error)
-                            : sandbox::removeNode(c.path, &error);
+        bool done = c.edit == 'w'   ? sandbox::writeNode(c.path, "7", &error)
+                    : c.edit == 'r' ? sandbox::removeNode(c.path, &error)
+                    : c.edit == 'f' ? sandbox::makeFolder(c.path, &error)
+                                    : sandbox::denyNode(c.path, &error);
         EXPECT_EQ(done, *c.error == '\0');
         if (*c.error == '\'') {
             EXPECT_EQ(error, c.error + notDevice);
