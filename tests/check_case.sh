@@ -11,6 +11,7 @@
 # With TEV_UPDATE_GOLDEN=1 the case's indented lines are written instead: review its diff before
 # committing it.
 set -euo pipefail
+. "$(dirname "$0")/golden-compare.sh"
 src=$1
 case=$2
 shift 2
@@ -23,7 +24,8 @@ lib=$(cd "$(dirname "${@: -1}")/../lib" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-grep -v '^  ' "$case" >"$work/steps" || true
+# The indented lines become blank ones, so that a step's line number is its line in the case.
+sed 's/^  .*//' "$case" >"$work/steps"
 status=0
 (cd "$src" && "$@" --device "$device" --log run "$work/steps" >"$work/out" 2>"$work/err") ||
     status=$?
@@ -37,6 +39,7 @@ awk -v out="$work/out" -v err="$work/err" -v status="$status" '
             block[blocks, ++count[blocks]] = line
         }
     }
+    substr($0, 1, 2) == "  " { next }
     { print }
     $1 == "call" && ++calls <= blocks { for (i = 1; i <= count[calls]; i++) print "  " block[calls, i] }
     END {
@@ -48,15 +51,7 @@ awk -v out="$work/out" -v err="$work/err" -v status="$status" '
             for (i = 1; i <= errLines; i++) print "  " text[i]
             print "  --- exit status " status
         }
-    }' "$work/steps" | sed -e "s|$lib|LIB|g" -e "s|$work/steps|STEPS|g" >"$work/got"
+    }' "$case" | sed -e "s|$lib|LIB|g" -e "s|$work/steps|$(realpath --relative-to="$src" "$case")|g" \
+    >"$work/got"
 
-if [ "${TEV_UPDATE_GOLDEN:-}" = 1 ]; then
-    cp "$work/got" "$case"
-    echo "check_case: wrote $case"
-    exit 0
-fi
-if ! diff -u --label "$case" --label "what it prints now" "$case" "$work/got" | head -c 20000; then
-    echo "check_case: $case no longer holds. If the change is meant, run this test again with" \
-        "TEV_UPDATE_GOLDEN=1, review the case's diff and commit it." >&2
-    exit 1
-fi
+compare_golden "$work/got" "$case" "what its steps print now"

@@ -5,6 +5,7 @@
 # library's folder is written LIB, so that the file holds for every build.
 # With TEV_UPDATE_GOLDEN=1 the file is written instead: review its diff before committing it.
 set -euo pipefail
+. "$(dirname "$0")/golden-compare.sh"
 src=$1
 golden=$2
 shift 2
@@ -29,13 +30,4 @@ status=0
     echo "--- exit status $status"
 } >>"$got"
 sed -i "s|$lib|LIB|g" "$got"
-if [ "${TEV_UPDATE_GOLDEN:-}" = 1 ]; then
-    cp "$got" "$golden"
-    echo "check_golden: wrote $golden"
-    exit 0
-fi
-if ! diff -u --label "$golden" --label "tevctl $*" "$golden" "$got" | head -c 20000; then
-    echo "check_golden: tevctl $* no longer prints $golden. If the change is meant, run this" \
-        "test again with TEV_UPDATE_GOLDEN=1, review the file's diff and commit it." >&2
-    exit 1
-fi
+compare_golden "$got" "$golden" "tevctl $*"
