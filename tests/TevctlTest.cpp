@@ -236,6 +236,7 @@ TEST_F(TevctlTest, RunStepErrorsNameTheirLine) {
             {"rmnode /sys/x /sys/y", "rmnode takes exactly PATH"},
             {"deny /etc/passwd", "'/etc/passwd' is not a device path"},
             {"full /sys/x /sys/y", "full takes exactly PATH"},
+            {"client now", "client takes no words"},
             {"respond /sys/x w a b", "needs PATH WORD REPLY (a REPLY with blanks in quotes)"},
             {"prop persist.vendor.x \"a", "a quote is not closed"},
             {"respond /sys/x \"w\"x r", "a closing quote must end its word"},

@@ -35,6 +35,8 @@ Commands:
   call AREA OP [ARG...]    one operation
   run [FILE]               steps from FILE (or standard input), one per line, in one process:
                              call AREA OP [ARG...]
+                             client                the root obtained again, as by a second
+                                                   client: areas are built anew when requested
                              prop KEY [VALUE]      set a property; without VALUE unset it
                              node PATH [CONTENT]   write a node
                              rmnode PATH           remove a node

@@ -79,12 +79,17 @@ int commandRun(Session& session, Options& o, const std::string& file) {
                         : step == "deny"   ? tevhost::sandbox::denyNode(words[0], &error)
                                            : tevhost::sandbox::fillNode(words[0], &error);
             if (!done) fail(error);
+        } else if (step == "client") {
+            // A second client: the root is obtained again, and its areas are built anew on their
+            // first request, from the properties as they are then. What the process keeps stays.
+            if (!words.empty()) fail("client takes no words");
+            if (!session.start(&error)) fail(error, 1);
         } else if (step == "respond") {
             tevhost::profile::Driver driver;
             if (!tevhost::profile::parseDriver(rest, "respond", &driver, &error)) fail(error);
             tevhost::profile::declare({driver});
         } else {
-            fail("unknown step '" + step + "' (call, prop, node, rmnode, folder, deny, full, respond)");
+            fail("unknown step '" + step + "' (call, client, prop, node, rmnode, folder, deny, full, respond)");
         }
     }
     if (input->bad())
