@@ -721,6 +721,12 @@ bool fillNode(const std::string& path, std::string* error) {
     return !device.empty();
 }
 
+bool allowNode(const std::string& path, std::string* error) {
+    std::string device = nodePathOf(path, error);
+    if (!device.empty()) allow(device);
+    return !device.empty();
+}
+
 std::vector<Write> writes() {
     std::lock_guard<std::mutex> guard(state().lock);
     return state().journal;

@@ -43,6 +43,7 @@ Commands:
                              folder PATH           put an empty folder in a node's place
                              deny PATH             refuse the node's opens (EACCES)
                              full PATH             refuse the node's writes (ENOSPC)
+                             allow PATH            undo deny and full
                              respond PATH WORD [REPLY]  after WORD is written to PATH, it reads
                                                    REPLY
                            A step's words are separated by blanks. Every word takes the C

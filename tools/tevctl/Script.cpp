@@ -72,12 +72,14 @@ int commandRun(Session& session, Options& o, const std::string& file) {
             }
             const std::string content = words.size() == 2 ? words[1] : "";
             if (!tevhost::sandbox::writeNode(words[0], content, &error)) fail(error);
-        } else if (step == "rmnode" || step == "folder" || step == "deny" || step == "full") {
+        } else if (step == "rmnode" || step == "folder" || step == "deny" || step == "full" ||
+                   step == "allow") {
             if (words.size() != 1) fail(step + " takes exactly PATH");
             bool done = step == "rmnode"   ? tevhost::sandbox::removeNode(words[0], &error)
                         : step == "folder" ? tevhost::sandbox::makeFolder(words[0], &error)
                         : step == "deny"   ? tevhost::sandbox::denyNode(words[0], &error)
-                                           : tevhost::sandbox::fillNode(words[0], &error);
+                        : step == "full"   ? tevhost::sandbox::fillNode(words[0], &error)
+                                           : tevhost::sandbox::allowNode(words[0], &error);
             if (!done) fail(error);
         } else if (step == "client") {
             // A second client: the root is obtained again, and its areas are built anew on their
@@ -89,7 +91,7 @@ int commandRun(Session& session, Options& o, const std::string& file) {
             if (!tevhost::profile::parseDriver(rest, "respond", &driver, &error)) fail(error);
             tevhost::profile::declare({driver});
         } else {
-            fail("unknown step '" + step + "' (call, client, prop, node, rmnode, folder, deny, full, respond)");
+            fail("unknown step '" + step + "' (call, client, prop, node, rmnode, folder, deny, full, allow, respond)");
         }
     }
     if (input->bad())

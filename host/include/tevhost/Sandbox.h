@@ -68,13 +68,14 @@ bool checkRoot(const std::string& dir, std::string* error);
 // its place; removeNode removes the node or folder and all it holds, never following a link out
 // of it (a node that is not there is removed already); makeFolder puts an empty folder where the
 // node was (opens of it succeed, reads fail); denyNode and fillNode make the node's opens, or its
-// writes, fail from now on, as deny() and refuseWrites() below. False with |error| (one line)
-// when refused or failed.
+// writes, fail from now on, as deny() and refuseWrites() below, and allowNode undoes both. False
+// with |error| (one line) when refused or failed.
 bool writeNode(const std::string& path, const std::string& content, std::string* error);
 bool removeNode(const std::string& path, std::string* error);
 bool makeFolder(const std::string& path, std::string* error);
 bool denyNode(const std::string& path, std::string* error);
 bool fillNode(const std::string& path, std::string* error);
+bool allowNode(const std::string& path, std::string* error);
 
 // Marks the current thread as being in the service for its lifetime (scopes nest).
 class ServiceScope {
