@@ -135,9 +135,11 @@ const Contract kContract[] = {
              return out;
          },
          std::string("abc\0d", 5)},
-        {"a driver answers its word written in one session, from the next open on",
+        {"a driver answers its word written in one session, from the next open on, as last "
+         "declared",
          [](SandboxTest& t) {
              t.node("/sys/t", "0\n");
+             sandbox::respond("/sys/t", "short", "1\n");
              sandbox::respond("/sys/t", "short", "2\n");
              return sessionsThenRead("/sys/t", {"short"});
          },

@@ -778,7 +778,15 @@ void refuseWrites(const std::string& path) {
 
 void respond(const std::string& path, const std::string& word, const std::string& reply) {
     std::lock_guard<std::mutex> guard(state().lock);
-    state().drivers.emplace(normalize("", path.c_str()), Driver{word, reply});
+    const std::string device = normalize("", path.c_str());
+    auto range = state().drivers.equal_range(device);
+    for (auto d = range.first; d != range.second; ++d) {
+        if (d->second.word == word) {
+            d->second.reply = reply;
+            return;
+        }
+    }
+    state().drivers.emplace(device, Driver{word, reply});
 }
 
 void setVirtualClock(bool on) {

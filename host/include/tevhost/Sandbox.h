@@ -125,7 +125,8 @@ void refuseWrites(const std::string& devicePath);
 void allow(const std::string& devicePath);
 
 // A driver: once |word| has been written to |devicePath| (the bytes of one open-to-close session,
-// exactly), the node reads |reply| from its next open on.
+// exactly), the node reads |reply| from its next open on. A later answer to the same word replaces
+// the earlier one.
 void respond(const std::string& devicePath, const std::string& word, const std::string& reply);
 
 // Virtual clock. While on, sleep/usleep/nanosleep return at once, advance the clock, record the
