@@ -1,3 +1,5 @@
+// The root as the service host loads it: a fresh root per lookup, and the area objects it owns.
+// Its property and node pass-throughs are in tests/cases/qab/root-passthrough.case.
 #include <tevhost/Services.h>
 
 #include "AreaTest.h"
@@ -15,11 +17,6 @@ class RootServiceTest : public AreaTest {
         AreaTest::SetUp();
         service = root();
         ASSERT_NE(service, nullptr);
-    }
-    // What a pass-through operation hands its callback.
-    template <typename Op, typename... A>
-    std::optional<std::string> pass(Op op, const A&... args) {
-        return answer<std::string>(service, op, std::string(args)...);
     }
     sp<ITevVendorService> service;
 };
@@ -50,27 +47,6 @@ TEST_F(RootServiceTest, AreaObjectsAreCreatedOnceAndLiveAsLongAsTheRoot) {
     EXPECT_NE(weak.promote(), nullptr);  // the root still holds it
     service.clear();
     EXPECT_EQ(weak.promote(), nullptr);  // released with the root
-}
-
-// The pass-throughs forward to the helpers (their failures are tested with them).
-TEST_F(RootServiceTest, PropertyAndNodePassThroughs) {
-    const auto get = &ITevVendorService::getVendorProperty;
-    const auto set = &ITevVendorService::setVendorProperty;
-    prop("ro.product.name", "qab");
-    EXPECT_EQ(pass(get, "ro.product.name", "x"), "qab");
-    EXPECT_EQ(pass(get, "unset.key", "fallback"), "fallback");
-    EXPECT_EQ(pass(set, "persist.vendor.x", "1"), "success");
-    EXPECT_EQ(pass(get, "persist.vendor.x", ""), "1");
-    EXPECT_EQ(pass(set, "ro.product.name", "zob"), "fail");  // read-only and already set
-
-    const auto read = &ITevVendorService::getVendorFileValue;
-    const auto write = &ITevVendorService::setVendorFileValue;
-    node("/sys/class/leds/red/brightness", "128\n");
-    EXPECT_EQ(pass(read, "/sys/class/leds/red/brightness"), "128");
-    EXPECT_EQ(pass(read, "/sys/absent"), "");
-    EXPECT_EQ(pass(write, "/sys/class/leds/red/brightness", "255"), "success");
-    EXPECT_EQ(nodeContent("/sys/class/leds/red/brightness"), "255");
-    EXPECT_EQ(pass(write, "/sys/no/such/node", "1"), "fail");
 }
 
 }  // namespace
