@@ -66,9 +66,9 @@ TEST_F(TevVendorUtilsTest, ReadNodeOnceReadsAtMostTheBufferAndReportsWhyItFailed
     EXPECT_EQ(text, "");
     text = "untouched";
     EXPECT_EQ(readNodeOnce("/sys/absent", 10, &text), NodeRead::kOpenFailed);
-    denyNode("/sys/denied");
+    setNode("/sys/denied", kDenied);
     EXPECT_EQ(readNodeOnce("/sys/denied", 10, &text), NodeRead::kOpenFailed);
-    folderNode("/sys/folder");
+    setNode("/sys/folder", kFolder);
     EXPECT_EQ(readNodeOnce("/sys/folder", 10, &text), NodeRead::kReadFailed);
     EXPECT_EQ(text, "untouched");
 }

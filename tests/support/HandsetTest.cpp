@@ -62,20 +62,6 @@ void HandsetTest::node(const std::string& devicePath, const std::string& content
     out << content;
 }
 
-void HandsetTest::folderNode(const std::string& devicePath) {
-    fs::create_directories(hostPath(devicePath));
-}
-
-void HandsetTest::removeNode(const std::string& devicePath) {
-    std::error_code ignored;
-    fs::remove_all(hostPath(devicePath), ignored);
-}
-
-void HandsetTest::denyNode(const std::string& devicePath) {
-    if (!fs::exists(hostPath(devicePath))) node(devicePath, "");
-    sandbox::deny(devicePath);
-}
-
 std::string HandsetTest::nodeContent(const std::string& devicePath) {
     std::ifstream in(hostPath(devicePath), std::ios::binary);
     if (!in) return "<absent>";

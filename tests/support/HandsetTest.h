@@ -23,10 +23,7 @@ class HandsetTest : public ::testing::Test {
 
     // Writes |content| (any bytes) to the node at |devicePath| ("/sys/..."), creating folders.
     void node(const std::string& devicePath, const std::string& content);
-    // Makes |devicePath| a folder, absent, or refused with EACCES.
-    void folderNode(const std::string& devicePath);
-    void removeNode(const std::string& devicePath);
-    void denyNode(const std::string& devicePath);
+    // Other node states: AreaTest's setNode.
     // What the node holds now, or "<absent>".
     std::string nodeContent(const std::string& devicePath);
     std::string hostPath(const std::string& devicePath) const { return mRoot + devicePath; }
