@@ -9,11 +9,22 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 
 #include "Command.h"
 #include "Output.h"
 
 namespace tevctl {
+namespace {
+
+// The steps that take one node path, and what each does to the node.
+const std::map<std::string, bool (*)(const std::string& path, std::string* error)> kNodeSteps = {
+        {"rmnode", tevhost::sandbox::removeNode}, {"folder", tevhost::sandbox::makeFolder},
+        {"deny", tevhost::sandbox::denyNode},     {"full", tevhost::sandbox::fillNode},
+        {"allow", tevhost::sandbox::allowNode},
+};
+
+}  // namespace
 
 int commandRun(Session& session, Options& o, const std::string& file) {
     o.steps = true;
@@ -72,15 +83,9 @@ int commandRun(Session& session, Options& o, const std::string& file) {
             }
             const std::string content = words.size() == 2 ? words[1] : "";
             if (!tevhost::sandbox::writeNode(words[0], content, &error)) fail(error);
-        } else if (step == "rmnode" || step == "folder" || step == "deny" || step == "full" ||
-                   step == "allow") {
+        } else if (auto edit = kNodeSteps.find(step); edit != kNodeSteps.end()) {
             if (words.size() != 1) fail(step + " takes exactly PATH");
-            bool done = step == "rmnode"   ? tevhost::sandbox::removeNode(words[0], &error)
-                        : step == "folder" ? tevhost::sandbox::makeFolder(words[0], &error)
-                        : step == "deny"   ? tevhost::sandbox::denyNode(words[0], &error)
-                        : step == "full"   ? tevhost::sandbox::fillNode(words[0], &error)
-                                           : tevhost::sandbox::allowNode(words[0], &error);
-            if (!done) fail(error);
+            if (!edit->second(words[0], &error)) fail(error);
         } else if (step == "client") {
             // A second client: the root is obtained again, and its areas are built anew on their
             // first request, from the properties as they are then. What the process keeps stays.
@@ -91,7 +96,8 @@ int commandRun(Session& session, Options& o, const std::string& file) {
             if (!tevhost::profile::parseDriver(rest, "respond", &driver, &error)) fail(error);
             tevhost::profile::declare({driver});
         } else {
-            fail("unknown step '" + step + "' (call, client, prop, node, rmnode, folder, deny, full, allow, respond)");
+            fail("unknown step '" + step +
+                 "' (call, client, prop, node, rmnode, folder, deny, full, allow, respond)");
         }
     }
     if (input->bad())
