@@ -30,8 +30,8 @@ print_case() {
     # The indented lines become blank ones, so that a step's line number is its line in the case.
     sed 's/^  .*//' "$case" >"$work/steps"
     status=0
-    (cd "$src" && "${tevctl[@]}" --device "$device" --log run "$work/steps" >"$work/out" 2>"$work/err") ||
-        status=$?
+    (cd "$src" && "${tevctl[@]}" --device "$device" --log run "$work/steps" \
+        >"$work/out" 2>"$work/err") || status=$?
     # Each call's output is headed by "> AREA OP ARGS": the call's own line in the case stands in
     # for that head, and the lines under it go under the call.
     awk -v out="$work/out" -v err="$work/err" -v status="$status" '

@@ -709,22 +709,25 @@ bool makeFolder(const std::string& path, std::string* error) {
     return false;
 }
 
-bool denyNode(const std::string& path, std::string* error) {
+namespace {
+// Marks the node at a run script's |path| with |mark|: deny, refuseWrites or allow.
+bool markNode(const std::string& path, std::string* error, void (*mark)(const std::string&)) {
     std::string device = nodePathOf(path, error);
-    if (!device.empty()) deny(device);
+    if (!device.empty()) mark(device);
     return !device.empty();
+}
+}  // namespace
+
+bool denyNode(const std::string& path, std::string* error) {
+    return markNode(path, error, deny);
 }
 
 bool fillNode(const std::string& path, std::string* error) {
-    std::string device = nodePathOf(path, error);
-    if (!device.empty()) refuseWrites(device);
-    return !device.empty();
+    return markNode(path, error, refuseWrites);
 }
 
 bool allowNode(const std::string& path, std::string* error) {
-    std::string device = nodePathOf(path, error);
-    if (!device.empty()) allow(device);
-    return !device.empty();
+    return markNode(path, error, allow);
 }
 
 std::vector<Write> writes() {
