@@ -221,11 +221,19 @@ void sweep(const std::string& parent, const std::string& prefix) {
 std::string makeScratch(const std::string& parent, const std::string& prefix, std::string* error) {
     sweep(parent, prefix);
     std::string dir = parent + "/" + prefix + "." + std::to_string(getpid()) + ".XXXXXX";
-    if (mkdtemp(&dir[0]) == nullptr) {
-        *error = "cannot make a scratch folder in " + parent + ": " + strerror(errno);
+    // A signal arriving between the folder's making and its holding waits until it is held.
+    installOnce();
+    sigset_t block, old;
+    sigfillset(&block);
+    pthread_sigmask(SIG_BLOCK, &block, &old);
+    const bool made = mkdtemp(&dir[0]) != nullptr;
+    const int saved = errno;
+    if (made) removeAtExit(dir);
+    pthread_sigmask(SIG_SETMASK, &old, nullptr);
+    if (!made) {
+        *error = "cannot make a scratch folder in " + parent + ": " + strerror(saved);
         return "";
     }
-    removeAtExit(dir);
     const int hold =
             sysOpenat(AT_FDCWD, dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (hold >= 0 && flock(hold, LOCK_SH) == 0) {
