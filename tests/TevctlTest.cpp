@@ -125,10 +125,11 @@ class TevctlTest : public ::testing::Test {
     }
 
     // Starts tevctl on this test's profile in a child of its own, reading |input| (if given); its
-    // stderr goes to DIR/stderr.
+    // stdout goes to DIR/stdout, its stderr to DIR/stderr.
     pid_t start(const std::vector<std::string>& args, int input = -1) {
         fs::remove(mDir / "stderr");
-        const std::string line = "exec env " + commandLine(args) + " >/dev/null 2>" +
+        const std::string line = "exec env " + commandLine(args) + " >" +
+                                 quote((mDir / "stdout").string()) + " 2>" +
                                  quote((mDir / "stderr").string());
         pid_t child = fork();
         if (child == 0) {
@@ -727,6 +728,26 @@ TEST_F(TevctlTest, ASecondInPlaceRunSaysThatItWaits) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     EXPECT_EQ(readFile(mProfile / "fs/sys/class/leds/red/brightness"), "9");
+}
+
+// What was checked is what is copied: fs/ swapped for a link while the load waits for the
+// profile (an --in-place run holds it) brings nothing from outside into the scratch copy.
+TEST_F(TevctlTest, ASwapWhileTheLoadWaitsBringsNothingIn) {
+    useQabBesideADecoy();
+    int held = open(mProfile.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    pid_t child = start({"call", "root", "getVendorFileValue", "/secret"});
+    ASSERT_TRUE(await([&] { return !readFile(mDir / "stderr").empty(); }));
+    fs::rename(mProfile / "fs", mDir / "fs");
+    fs::create_symlink("../decoy", mProfile / "fs");
+    close(held);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_THAT(readFile(mDir / "stdout"), Not(HasSubstr("secret")));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << status;
+    EXPECT_THAT(readFile(mDir / "stderr"), HasSubstr("/fs is not a folder of the profile"));
+    EXPECT_TRUE(fs::is_empty(mTmp));
 }
 
 }  // namespace

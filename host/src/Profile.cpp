@@ -382,7 +382,10 @@ bool Profile::open(const std::string& dir, bool inPlace, std::string* error) {
     if (inPlace && !hasNodes) mkdirat(top.get(), "fs", 0755);
     Fd nodes(openat(top.get(), "fs", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (nodes.get() < 0 && (inPlace || hasNodes)) {
-        *error = "cannot read " + nodesName.string() + ": " + strerror(errno);
+        // Made a link since it was looked at (while the load waited for the profile, say).
+        *error = errno == ELOOP || errno == ENOTDIR
+                         ? nodesName.string() + " is not a folder of the profile"
+                         : "cannot read " + nodesName.string() + ": " + strerror(errno);
         return false;
     }
     TreeWalk walk(nodesName, inPlace, error);
