@@ -352,6 +352,11 @@ TEST_F(TevctlTest, OutputThatCannotBeWrittenIsAnError) {
              1,
              "tevctl: cannot write the output: standard output is closed"},
             {{"run", (mDir / "steps").string()}, "", 2, "it is a folder"},
+            // diff's 1 says "different": its output error is a 2.
+            {{"diff", "qab", "marskol"},
+             ">/dev/full",
+             2,
+             "tevctl: cannot write the output: No space left on device"},
     };
     for (const auto& [args, stdoutTo, status, says] : cases) {
         Result r = tevctl(args, "", stdoutTo);
@@ -470,6 +475,11 @@ TEST_F(TevctlTest, DiffAndProductsPrintTablesOrData) {
               R"("op":"getFlashLifeTime","args":[],"callbacks":[],)"},
              {"\n{"}},
             {{"products", "--in-place"}, 2, {}, {"PRODUCT"}},
+            {{"products", "sirnak", "unlisted"}, 0, {"\nsirnak ", "\nunlisted "}, {"\nqab "}},
+            {{"list", "leds"}, 0, {"leds  ILedsCheckService"}, {"version"}},
+            {{"report"}, 0, {"device: " + std::string(TEV_SOURCE_DIR) + "/devices/qab\nAREA "}, {}},
+            // A side that cannot be reported is named on stderr; nothing is compared.
+            {{"diff", "qab", "nosuch"}, 2, {}, {"AREA"}},
     };
     for (const auto& c : cases) {
         std::vector<std::string> args = c.args;

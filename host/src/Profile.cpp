@@ -142,6 +142,11 @@ class TreeWalk {
         *mError = (mTop / at).string() + ": " + what;
         return false;
     }
+    // An entry no node tree holds.
+    bool refuse(const fs::path& at, const std::string& what) {
+        return fail(at, what + "; a profile's fs/ holds only folders, files and links that stay "
+                               "inside it");
+    }
 
     bool entry(int from, int to, const std::string& name, const fs::path& at, int depth) {
         Fd entry(openEntry(from, name.c_str()));
@@ -160,9 +165,7 @@ class TreeWalk {
         }
         if (S_ISLNK(st.st_mode)) return link(entry.get(), to, name, at);
         if (!S_ISREG(st.st_mode)) {
-            return fail(at, kindOf(st) +
-                                    "; a profile's fs/ holds only folders, files and links that "
-                                    "stay inside it");
+            return refuse(at, kindOf(st));
         }
         if (st.st_size > kMaxFileBytes) {
             *mError = tooBig((mTop / at).string());
@@ -184,14 +187,10 @@ class TreeWalk {
         target[n] = '\0';
         const fs::path landing = (at.parent_path() / target).lexically_normal();
         if (target[0] == '/') {
-            return fail(at, std::string("a link to an absolute path (") + target +
-                                    "); a profile's fs/ holds only folders, files and links that "
-                                    "stay inside it");
+            return refuse(at, std::string("a link to an absolute path (") + target + ")");
         }
         if (landing.empty() || *landing.begin() == "..") {
-            return fail(at, std::string("a link out of it (") + target +
-                                    "); a profile's fs/ holds only folders, files and links that "
-                                    "stay inside it");
+            return refuse(at, std::string("a link out of it (") + target + ")");
         }
         if (to >= 0 && symlinkat(target, to, name.c_str()) != 0) return fail(at, strerror(errno));
         return true;
