@@ -97,7 +97,7 @@ const CommandHelp kCommands[] = {
          "empty). Blank lines and lines starting with # are skipped. In text each call is headed\n"
          "by \"> AREA OP ARGS\"; with --json each call object starts with \"line\", its step's "
          "line.\n"
-         "Everything a step changes lives until the run ends: the way to switch a LED and read it\n"
+         "Everything a step changes lives until the run ends: the way to switch an LED and read it\n"
          "back is one run (or --in-place on a copy of the profile).\n",
          kAll},
         {"help", "help [COMMAND]", "this text, or what COMMAND does (also: tevctl COMMAND --help)",
@@ -108,7 +108,7 @@ const char kOverview[] =
         R"(Asks the vendor test service, loaded in-process as on the handset, on a simulated device.
 
 Every command runs on a scratch copy of the profile's nodes, made afresh and removed when it
-ends: what one call writes (a LED switched on) is gone for the next call. Keep it with one
+ends: what one call writes (an LED switched on) is gone for the next call. Keep it with one
 run of several steps, or with --in-place on a copy of the profile.
 Options may also stand after the command or among its arguments; -- ends them.
 
