@@ -2,7 +2,6 @@
 // calls (the touch-panel self-test in its waits, a Hall poll held by the sibling) leave an ordinary
 // call and lshal debug free to finish, and two first requests for the sensor area at once make one
 // area, with one calibration object. Built with ThreadSanitizer too (tev_concurrency).
-#include <cutils/native_handle.h>
 #include <sys/syscall.h>
 #include <tevhost/FakeSensorService.h>
 #include <tevhost/Profile.h>
@@ -10,7 +9,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <future>
@@ -24,7 +22,6 @@ namespace tevhost {
 namespace {
 
 using ::android::sp;
-using ::android::hardware::hidl_handle;
 using ::testing::ElementsAre;
 using ::vendor::quoril::hardware::tevvendorservice::implementation::ServingRoot;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
@@ -75,21 +72,6 @@ class ServingRootTest : public HandsetTest {
     // A serving root over a fresh root of the library, as the service host makes it.
     sp<ITevVendorService> serving() { return new ServingRoot(root()); }
 
-    // lshal debug on |service|; what it wrote.
-    static std::string debug(const sp<ITevVendorService>& service) {
-        FILE* file = tmpfile();
-        native_handle_t* handle = native_handle_create(1, 0);
-        handle->data[0] = fileno(file);
-        EXPECT_TRUE(service->debug(hidl_handle(handle), {}).isOk());
-        native_handle_delete(handle);
-        std::string out;
-        rewind(file);
-        char buffer[4096];
-        for (size_t n; (n = fread(buffer, 1, sizeof(buffer), file)) > 0;) out.append(buffer, n);
-        fclose(file);
-        return out;
-    }
-
   private:
     profile::Profile mDevice;
 };
@@ -122,7 +104,7 @@ TEST_F(ServingRootTest, AnOrdinaryCallAndDebugFinishWhileTheSelfTestAndAHallPoll
                         product = v;
                     }).isOk());
     EXPECT_EQ(product, "qab");
-    EXPECT_NE(debug(root).find("getBatteryTemp"), std::string::npos);
+    EXPECT_NE(debugReport(root).find("getBatteryTemp"), std::string::npos);
 
     othersDone.set_value();
     sibling->releasePolls();
@@ -143,7 +125,7 @@ TEST_F(ServingRootTest, TwoFirstRequestsForTheSensorAreaAtOnceMakeOneArea) {
              [](const sp<ITevVendorService>& root) {
                  EXPECT_NE(value(root->getExtensionSensorCheckService()), nullptr);
              }},
-            {"debug", [](const sp<ITevVendorService>& root) { EXPECT_NE(debug(root), ""); }},
+            {"debug", [](const sp<ITevVendorService>& root) { EXPECT_NE(debugReport(root), ""); }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.second);
