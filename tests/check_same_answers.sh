@@ -18,6 +18,7 @@ done
     exit 2
 }
 shift
+# shellcheck disable=SC2034  # a and b are read through the name tevctl in same()
 b=("$@")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
