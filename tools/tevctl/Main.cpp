@@ -97,7 +97,8 @@ const CommandHelp kCommands[] = {
          "empty). Blank lines and lines starting with # are skipped. In text each call is headed\n"
          "by \"> AREA OP ARGS\"; with --json each call object starts with \"line\", its step's "
          "line.\n"
-         "Everything a step changes lives until the run ends: the way to switch an LED and read it\n"
+         "Everything a step changes lives until the run ends: the way to switch an LED and "
+         "read it\n"
          "back is one run (or --in-place on a copy of the profile).\n",
          kAll},
         {"help", "help [COMMAND]", "this text, or what COMMAND does (also: tevctl COMMAND --help)",
