@@ -97,15 +97,12 @@ cil() {  # OUT FOLDER...
 
 # Links the policy in WORK_DIR the way the device build does for a Treble device: the platform's
 # policy and its public part in CIL, the vendor folders compiled to CIL on their own, versioned
-# against the platform's public CIL (version_policy: VERSION_POLICY, else on PATH), then every CIL
-# linked by secilc with the neverallows checked. Needs a platform tree (reqd_mask/). The tools'
-# complaints go to stderr.
-link_split_policy() {  # WORK_DIR
-    local w=$1 version_policy pub=$platform_dir/public priv=$platform_dir/private
+# against the platform's public CIL with the tree's VERSION_POLICY tool, then every CIL linked by
+# secilc with the neverallows checked. Needs a platform tree (reqd_mask/). The tools' complaints go
+# to stderr.
+link_split_policy() {  # WORK_DIR VERSION_POLICY
+    local w=$1 version_policy=$2 pub=$platform_dir/public priv=$platform_dir/private
     local mask=$platform_dir/reqd_mask vendor=() ver=30.0 d
-    version_policy=${VERSION_POLICY:-$(command -v version_policy)} ||
-        die "version_policy is neither on PATH nor given as VERSION_POLICY (build it in the platform tree: m version_policy)"
-    [ -d "$mask" ] || die "$platform_dir has no reqd_mask/: the split link needs a platform tree"
     [ -d "$platform_dir/vendor" ] && vendor+=("$platform_dir/vendor")
     while read -r d; do vendor+=("$d"); done < <(vendor_dirs)
     cil "$w/reqd_mask.cil" "$mask" &&
