@@ -1,6 +1,6 @@
 #!/bin/bash
-# The interface package as Soong meets it once the tree is copied into a device tree (README,
-# "Integrating into a device tree"): the package root is the folder of its hidl_package_root, found
+# The interface package as Soong meets it once the tree is copied into a device tree
+# (docs/integrating.md): the package root is the folder of its hidl_package_root, found
 # without a path; the hidl_interface sits in <root>/1.0/ and says what hidl-gen -L androidbp says
 # for the package; and hidl-gen, given the roots exactly as Soong gives them, generates the C++
 # headers and the Java library of the package.
@@ -9,7 +9,7 @@ hidl_gen=$1
 src=$2
 package=vendor.quoril.hardware.tevvendorservice
 fqname=$package@1.0
-dest=vendor/quoril/interfaces/tevvendorservice  # where the README copies the tree
+dest=vendor/quoril/interfaces/tevvendorservice  # where docs/integrating.md copies the tree
 
 top=$(mktemp -d)
 trap 'rm -rf "$top"' EXIT
@@ -18,7 +18,7 @@ passed=0
 failed=0
 fail() { echo "interface package: $*" >&2; status=1; failed=$((failed + 1)); }
 
-# The device tree: our files where the README puts them, the base package where Android 11 keeps it.
+# The device tree: our files where docs/integrating.md puts them, the base package where Android 11 keeps it.
 mkdir -p "$top/$dest" "$top/system/libhidl/transport"
 cp -r "$src/interface" "$src/Android.bp" "$top/$dest/"
 cp -r "$src/host/hidl/." "$top/system/libhidl/transport/"
@@ -68,12 +68,9 @@ fi
 gen androidbp "$top/gen" >/dev/null
 theirs_bp=$(find "$top/gen" -name Android.bp)
 ours=$(module "$ours_bp" hidl_interface)
-theirs=$(module "$theirs_bp" hidl_interface)
-# Deliberate differences:
-#   product_specific: hidl-gen puts a package outside the platform's own roots on /product; ours
-#   is the interface of a vendor HAL (its C++ library is linked on /vendor), so it stays where Soong
-#   puts a hidl_interface by default.
-deliberate=(product_specific)
+# hidl-gen puts a package outside the platform's own namespaces on a partition of its own: Android
+# 10's (the one Debian ships) writes product_specific, Android 11's system_ext_specific, as ours does.
+theirs=$(module "$theirs_bp" hidl_interface | sed 's/^product_specific=/system_ext_specific=/')
 while IFS=$'\t' read -r key why; do
     a=$(prop "$ours" "$key")
     b=$(prop "$theirs" "$key")
@@ -88,9 +85,11 @@ root	the hidl_package_root it builds from
 srcs	the .hal files, by bare name: a path makes Soong take an interface for a types file
 interfaces	the packages it imports
 gen_java	the test application's Java library
+system_ext_specific	the partition Android 11 gives the package
 EOF
+compared=" name root srcs interfaces gen_java system_ext_specific "
 for key in $(cut -d= -f1 <<<"$theirs"$'\n'"$ours" | sort -u); do
-    case " name root srcs interfaces gen_java ${deliberate[*]} " in
+    case "$compared" in
         *" $key "*) ;;
         *) fail "property $key is in one Android.bp only and is not a named difference" ;;
     esac

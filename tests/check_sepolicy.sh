@@ -54,7 +54,12 @@ unlabelled hwservice|hal_tevvendorservice_default.te|$a allow hal_tevvendorservi
 interface without a label|hwservice_contexts|/ITevVendorService/d|1|hwservice_contexts does not give vendor.quoril.hardware.tevvendorservice::ITevVendorService
 core property read|hal_tevvendorservice_default.te|$a get_prop(hal_tevvendorservice_default, system_prop)|2|violated by allow hal_tevvendorservice_default system_prop:file
 platform property set|hal_tevvendorservice_default.te|$a set_prop(hal_tevvendorservice_default, exported2_default_prop)|2|violated by allow hal_tevvendorservice_default exported2_default_prop:property_service
-read key left to the platform|property_contexts|/^sys.panel.color/d|1|may not read property sys.panel.color (system_prop)
+read key left to the platform|system_ext/property_contexts|/^ro.orvu.singlesim/d|1|may not read property ro.orvu.singlesim (default_prop)
+denied key made readable|system_ext/property_contexts|$a sys.panel.color u:object_r:exported_system_prop:s0 exact string|1|sys.panel.color (exported_system_prop) is readable
+system key in vendor property_contexts|property_contexts|$a ro.orvu.singlesim u:object_r:vendor_tevvendorservice_prop:s0 exact string|1|labels ro.orvu.singlesim outside the vendor namespaces
+vendor_init sets our keys|property.te|$a set_prop(vendor_init, vendor_tevvendorservice_prop)|1|vendor_init may set vendor_tevvendorservice_prop; only init may
+hal_attribute in attributes|attributes|s/^attribute hal_tevvendorservice;$/hal_attribute(tevvendorservice)/;/^\(expand\)\{0,1\}attribute/d|1|attributes:6: "hal_attribute(tevvendorservice)" expands to rules (neverallow
+no client domain|hal_tevvendorservice.te|/hal_client_domain/d|1|hal_tevvendorservice_client has no members
 own keys not settable|hal_tevvendorservice_default.te|/set_prop/d|1|may not set vendor.tevvendorservice.test
 no transition from init|hal_tevvendorservice_default.te|/init_daemon_domain/d|1|init does not start /vendor/bin/hw/vendor.quoril.hardware.tevvendorservice@1.0-service
 binary not labelled|file_contexts|s/@1\\.0-service/@1\\.0-server/|1|is not labelled hal_tevvendorservice_default_exec

@@ -287,7 +287,11 @@ TEST_P(TevVendorServiceHidlTest, DebugWritesTheReportToTheHandle) {
     EXPECT_TRUE(service->debug(hidl_handle(), {}).isOk());
 }
 
+// Newer googletest fails a suite with no instance (a handset without the service); Android 11's
+// has neither the check nor this macro.
+#ifdef GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(TevVendorServiceHidlTest);
+#endif
 INSTANTIATE_TEST_SUITE_P(
         PerInstance, TevVendorServiceHidlTest,
         testing::ValuesIn(android::hardware::getAllHalInstanceNames(ITevVendorService::descriptor)),
