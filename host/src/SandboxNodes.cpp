@@ -163,6 +163,24 @@ bool makeFolders(const std::string& folder) {
     return true;
 }
 
+// Calls |visit| with the folder's descriptor and the name of every entry of the folder open on
+// |dir| ("." and ".." left out), and closes |dir|. False when it cannot be read.
+bool eachEntry(int dir, const std::function<void(int folder, const char* name)>& visit) {
+    if (dir < 0) return false;
+    DIR* entries = fdopendir(dir);
+    if (entries == nullptr) {
+        realClose(dir);
+        return false;
+    }
+    while (struct dirent* e = readdir(entries)) {
+        if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) {
+            visit(dirfd(entries), e->d_name);
+        }
+    }
+    closedir(entries);
+    return true;
+}
+
 // Removes |name| in the folder |parent| and, if it is a folder, all it holds, never following a
 // link; folders that took away their own write permission are given it back first.
 bool removeAt(int parent, const char* name) {
@@ -171,38 +189,21 @@ bool removeAt(int parent, const char* name) {
     if (unlinkat(parent, name, 0) == 0 || errno == ENOENT) return true;
     if (errno != EISDIR && errno != EPERM) return false;
     int dir = realOpenat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (dir < 0) return false;
     struct stat st;
-    if (fstat(dir, &st) == 0 && !(st.st_mode & S_IWUSR)) fchmod(dir, st.st_mode | S_IRWXU);
-    DIR* entries = fdopendir(dir);
-    if (entries == nullptr) {
-        realClose(dir);
-        return false;
+    if (dir >= 0 && fstat(dir, &st) == 0 && !(st.st_mode & S_IWUSR)) {
+        fchmod(dir, st.st_mode | S_IRWXU);
     }
     bool ok = true;
-    while (struct dirent* e = readdir(entries)) {
-        if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) {
-            ok = removeAt(dirfd(entries), e->d_name) && ok;
-        }
-    }
-    closedir(entries);
-    return ok && unlinkat(parent, name, AT_REMOVEDIR) == 0;
+    const bool listed = eachEntry(
+            dir, [&ok](int folder, const char* entry) { ok = removeAt(folder, entry) && ok; });
+    return listed && ok && unlinkat(parent, name, AT_REMOVEDIR) == 0;
 }
 
 // Whether the folder at |devicePath| in the root holds anything.
 bool holdsEntries(const std::string& devicePath) {
-    int dir = openInRoot(devicePath, O_RDONLY | O_DIRECTORY);
-    if (dir < 0) return false;
-    DIR* entries = fdopendir(dir);
-    if (entries == nullptr) {
-        realClose(dir);
-        return false;
-    }
     bool holds = false;
-    while (struct dirent* e = readdir(entries)) {
-        holds = holds || (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0);
-    }
-    closedir(entries);
+    eachEntry(openInRoot(devicePath, O_RDONLY | O_DIRECTORY),
+              [&holds](int, const char*) { holds = true; });
     return holds;
 }
 
