@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Shared by check-policy and check-labels (sourced, not run): where the platform policy is, how the
 # policy is assembled and compiled as the Android build does, and how a node gets its label.
 

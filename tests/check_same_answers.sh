@@ -1,10 +1,10 @@
 #!/bin/bash
 # tests/check_same_answers.sh SRC TEVCTL... -- TEVCTL...: two builds of tevctl (each given as the
 # words that run it, an emulator's first) give the same bytes on every bundled profile: the list,
-# the report, and the run of tests/every-area.steps (standard output, standard error and exit
-# status). Both must be built from SRC, so that the report names the same profile path; each
-# loads the service library from its own build's lib/ through one link, so that a log line naming
-# the library folder names the same one.
+# the report, and the steps of the profile's tests/cases/PROFILE/every-area.case run with --json
+# (standard output, standard error and exit status). Both must be built from SRC, so that the
+# report names the same profile path; each loads the service library from its own build's lib/
+# through one link, so that a log line naming the library folder names the same one.
 set -euo pipefail
 src=$1
 shift
@@ -18,6 +18,7 @@ done
     exit 2
 }
 shift
+# shellcheck disable=SC2034  # a and b are read through the name tevctl in same()
 b=("$@")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -50,7 +51,13 @@ same "list" --json list
 for profile in "$src"/devices/*/; do
     name=$(basename "$profile")
     same "$name: report" --device "$name" --json --log report
-    same "$name: every-area.steps" --device "$name" --json --log run tests/every-area.steps
+    case=$src/tests/cases/$name/every-area.case
+    [ -f "$case" ] || {
+        echo "check_same_answers: $name has no $(realpath --relative-to="$src" "$case")" >&2
+        exit 1
+    }
+    sed '/^  /d' "$case" >"$work/$name.steps"
+    same "$name: every-area.case" --device "$name" --json --log run "$work/$name.steps"
 done
 echo "check_same_answers: $((compared - failed)) the same, $failed differ"
 [ "$failed" -eq 0 ]

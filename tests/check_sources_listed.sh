@@ -4,7 +4,7 @@ set -euo pipefail
 src=$1
 cd "$src"
 status=0
-for file in $(ls service/*.cpp utils/*.cpp checks/*.cpp); do
+for file in service/*.cpp utils/*.cpp checks/*.cpp; do
     for build in Android.bp CMakeLists.txt; do
         if ! grep -q "\"\?$file\"\?" "$build"; then
             echo "$file is not listed in $build" >&2

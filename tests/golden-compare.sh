@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the checks of checked-in outputs (check_golden.sh, check_case.sh), which run with
 # pipefail. compare_golden GOT FILE WHAT: with TEV_UPDATE_GOLDEN=1, writes GOT over FILE; else
 # FILE must hold GOT byte for byte, and the difference is shown when it does not.

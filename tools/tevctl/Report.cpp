@@ -89,6 +89,7 @@ class Report {
 
     int run() {
         mSession.onTermination([this](const CallRecord& r) { terminated(r); });
+        if (!mRaw && !mJson) printf("device: %s\n", printable(mDevice).c_str());
         expect(0);
         const bool ok = mSession.debug(mServiceOptions, [this](const std::string& bytes,
                                                                const CallRecord& since) {
