@@ -24,11 +24,6 @@ using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 constexpr const char* kUtilsTag = "vendor.quoril.hardware.tevvendorservice@1.0-TevVendorUtils";
 
-using stress::kAbsent;
-using stress::kDenied;
-using stress::kFolder;
-using stress::kFull;
-
 // What |op| hands its callback, or nullopt when it returns without calling it.
 template <typename T, typename S, typename Obj, typename... P, typename... A>
 std::optional<T> answer(const S& obj, ::android::hardware::Return<void> (Obj::*op)(P...),

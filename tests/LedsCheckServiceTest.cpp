@@ -1,5 +1,7 @@
-// A node that opens on descriptor 0 is open: a run script cannot stage that. What the area answers
-// and writes for each type and node state is in tests/cases/qab/leds.case.
+// A node that opens on descriptor 0 is open, and is closed after the call: a run script cannot
+// stage that. What the area answers and writes for each type and node state is in
+// tests/cases/qab/leds.case.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "AreaTest.h"
@@ -19,7 +21,12 @@ TEST_F(AreaTest, LedNodeOnDescriptorZeroCountsAsOpen) {
     ASSERT_GE(savedStdin, 0);
     for (int32_t type : {1, 7}) {
         close(0);  // the first LED node opens on descriptor 0
+        sandbox::recordReached(true);
         service->controlLed(type, true);
+        sandbox::recordReached(false);
+        ASSERT_FALSE(sandbox::opened().empty());
+        EXPECT_EQ(sandbox::opened()[0].fd, 0);
+        EXPECT_EQ(fcntl(0, F_GETFD), -1) << "the node on descriptor 0 was left open";
         ASSERT_EQ(dup2(savedStdin, 0), 0);
     }
     close(savedStdin);

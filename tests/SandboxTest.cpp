@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 
 #include "HandsetTest.h"
@@ -173,12 +172,13 @@ const Contract kContract[] = {
         {"a denied node refuses every open with EACCES until allowed, and keeps its content",
          [](SandboxTest& t) {
              t.node("/sys/n", "1");
-             sandbox::deny("/sys/n");
+             std::string error;
+             sandbox::denyNode("/sys/n", &error);
              int fd = open("/sys/n", O_RDONLY);
              std::string out = openOutcome(fd >= 0);
              FILE* f = fopen("/sys/n", "r");
              out += " " + openOutcome(f != nullptr);
-             sandbox::allow("/sys/n");
+             sandbox::allowNode("/sys/n", &error);
              return out + " " + probe::readWith(Entry::kFopen, "/sys/n");
          },
          "EACCES EACCES 1"},
@@ -186,12 +186,13 @@ const Contract kContract[] = {
          "content",
          [](SandboxTest& t) {
              t.node("/sys/n", "1");
-             sandbox::refuseWrites("/sys/n");
+             std::string error;
+             sandbox::makeFull("/sys/n", &error);
              int fd = open("/sys/n", O_WRONLY);
              std::string out = openOutcome(fd >= 0);
              out += write(fd, "2", 1) < 0 && errno == ENOSPC ? " ENOSPC " : " written ";
              close(fd);
-             sandbox::allow("/sys/n");
+             sandbox::allowNode("/sys/n", &error);
              return out + sessionsThenRead("/sys/n", {"3"});
          },
          "opened ENOSPC 3"},
@@ -200,7 +201,8 @@ const Contract kContract[] = {
              t.node("/sys/t", "0");
              sandbox::respond("/sys/t", "w", "answered");
              sessionsThenRead("/sys/t", {"x"});
-             sandbox::deny("/sys/t");
+             std::string error;
+             sandbox::denyNode("/sys/t", &error);
              sleep(3);
              const std::string root = sandbox::root();
              sandbox::reset();
@@ -231,8 +233,8 @@ const Contract kContract[] = {
 TEST_F(SandboxTest, KeepsItsContract) {
     for (const Contract& c : kContract) {
         sandbox::reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(hostPath("/sys"), ignored);
+        std::string error;
+        ASSERT_TRUE(sandbox::removeNode("/sys", &error)) << error;
         EXPECT_EQ(c.run(*this), c.expected) << c.what;
     }
 }

@@ -69,6 +69,7 @@ class SealedRootTest : public AreaTest {
         for (const char* tree : {"/sys", "/proc", "/d", "/data"}) {
             fs::create_directories(mDevice + tree);
         }
+        sandbox::setRoot(mDevice);
         put("/sys/class/leds/red/brightness", "255");
         // Links a profile could hold: each leaves the root if followed on the host.
         fs::create_symlink(mDecoy + "/secret", mDevice + "/sys/abs");
@@ -76,7 +77,6 @@ class SealedRootTest : public AreaTest {
         fs::create_symlink(mDecoy, mDevice + "/sys/dirlink");
         fs::create_symlink("/sys/class/leds/red/brightness", mDevice + "/sys/inside");
         ASSERT_EQ(mkfifo((mDevice + "/sys/fifo").c_str(), 0600), 0);
-        sandbox::setRoot(mDevice);
         mDecoyBefore = decoyTree();
     }
     void TearDown() override {
@@ -103,9 +103,8 @@ class SealedRootTest : public AreaTest {
         return tree;
     }
     void put(const std::string& devicePath, const std::string& content) {
-        sandbox::HostScope host;
-        fs::create_directories(fs::path(mDevice + devicePath).parent_path());
-        std::ofstream(mDevice + devicePath, std::ios::binary) << content;
+        std::string error;
+        ASSERT_TRUE(sandbox::writeNode(devicePath, content, &error)) << error;
     }
     std::string held(const std::string& devicePath) {
         sandbox::HostScope host;
@@ -431,6 +430,13 @@ TEST_F(SealedRootTest, NodeEditsStayInTheRoot) {
             {'w', "/sys/up", "cannot write /sys/up", ""},
             {'w', "/sys/dirlink/new", "cannot write /sys/dirlink/new", ""},
             {'w', "/sys/fifo", "cannot write /sys/fifo", ""},
+            // A folder that holds nodes is not replaced by one; an empty one is.
+            {'w', "/sys/class",
+             "/sys/class is a folder that holds nodes; rmnode it first to replace it",
+             "/sys/class/leds/red/brightness=7"},
+            {'w', "/sys", "/sys is a folder that holds nodes; rmnode it first to replace it", ""},
+            {'f', "/sys/placed", "", ""},
+            {'w', "/sys/placed", "", "/sys/placed=7"},
             {'r', "/sys/../..", "'/sys/../..'", ""},
             {'r', "/d/../..", "'/d/../..'", ""},
             {'r', "/sys/dirlink", "", "/sys/dirlink=<absent>"},  // the link, not what it names

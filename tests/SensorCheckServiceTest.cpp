@@ -215,6 +215,13 @@ TEST_F(SensorCheckServiceTest, TheSiblingIsLookedUpAfreshOnEveryCallAndMayBeAbse
     second->setPollAnswers({3});
     EXPECT_EQ(value(sensor->hallEventListener()), 3);
     EXPECT_EQ(first->calls(Fake::kPollHallEvent), 0);
+    // Each time as the binderized service "default", never as the passthrough stub.
+    std::vector<std::string> lookups;
+    for (const Lookup& l : takeLookups()) {
+        if (l.descriptor == Fake::descriptor)
+            lookups.push_back(l.name + (l.getStub ? " stub" : ""));
+    }
+    EXPECT_THAT(lookups, ElementsAre("default", "default"));
 
     // Without it the Hall operations answer neutrally.
     clearServices();

@@ -46,8 +46,9 @@ TEST_F(TevVendorUtilsTest, DecimalValueIsAtoiThatStopsAtTheEnd) {
     for (const char* c :
          {"128\n", "-123456\n", "  42abc", "+7", "-", "", "abc", "\n5", "2147483647", "2147483648",
           "-2147483649", "99999999999999999999", "-99999999999999999999", "0x10", " \t-0012 ",
-          // Past the range of a long: the digits must never wrap the running value around.
-          "18446744073709551617", "-9223372036854775809",
+          // At the ends of a long, and past them: the digits must never wrap the running value.
+          "9223372036854775807", "9223372036854775808", "-9223372036854775807",
+          "-9223372036854775808", "18446744073709551617", "-9223372036854775809",
           "00000000000000000000080000000000000000000"}) {
         EXPECT_EQ(decimalValue(c), atoi(c)) << "[" << c << "]";
     }

@@ -21,6 +21,7 @@ namespace {
 struct Registry {
     std::mutex lock;
     std::map<std::pair<std::string, std::string>, sp<IBase>> services;
+    std::vector<Lookup> lookups;
 };
 
 Registry& registry() {
@@ -47,8 +48,21 @@ void clearServices() {
     {
         std::lock_guard<std::mutex> guard(registry().lock);
         dropped.swap(registry().services);
+        registry().lookups.clear();
     }
     // |dropped| releases the services outside the lock.
+}
+
+void recordLookup(const std::string& descriptor, const std::string& name, bool getStub) {
+    std::lock_guard<std::mutex> guard(registry().lock);
+    registry().lookups.push_back({descriptor, name, getStub});
+}
+
+std::vector<Lookup> takeLookups() {
+    std::vector<Lookup> taken;
+    std::lock_guard<std::mutex> guard(registry().lock);
+    taken.swap(registry().lookups);
+    return taken;
 }
 
 std::string halLibraryDir() {

@@ -1,6 +1,7 @@
 #include "HandsetTest.h"
 
 #include "ChildProcess.h"
+#include "NodeStates.h"
 
 #include <cutils/native_handle.h>
 #include <gtest/gtest-spi.h>
@@ -57,15 +58,13 @@ void HandsetTest::TearDown() {
 }
 
 void HandsetTest::node(const std::string& devicePath, const std::string& content) {
-    fs::path path = hostPath(devicePath);
-    fs::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << content;
+    std::string error;
+    EXPECT_TRUE(sandbox::writeNode(devicePath, content, &error)) << error;
 }
 
 std::string HandsetTest::nodeContent(const std::string& devicePath) {
     std::ifstream in(hostPath(devicePath), std::ios::binary);
-    if (!in) return "<absent>";
+    if (!in) return kAbsent;
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 

@@ -21,10 +21,10 @@ class HandsetTest : public ::testing::Test {
     void SetUp() override;
     void TearDown() override;
 
-    // Writes |content| (any bytes) to the node at |devicePath| ("/sys/..."), creating folders.
+    // Writes |content| (any bytes) to the node at |devicePath| ("/sys/..."), creating folders
+    // (sandbox::writeNode). Other node states: AreaTest's setNode.
     void node(const std::string& devicePath, const std::string& content);
-    // Other node states: AreaTest's setNode.
-    // What the node holds now, or "<absent>".
+    // What the node holds now, or kAbsent.
     std::string nodeContent(const std::string& devicePath);
     std::string hostPath(const std::string& devicePath) const { return mRoot + devicePath; }
 

@@ -215,28 +215,23 @@ std::vector<NodeOperation> nodeOperations(const Product& product) {
 }
 
 void NodeTree::set(const std::string& devicePath, const std::string& state) {
-    fs::path host = sandbox::hostPath(devicePath);
-    std::error_code ignored;
-    fs::remove_all(host, ignored);
-    sandbox::allow(devicePath);
+    std::string error;
     mDenied.erase(devicePath);
-    mFull.erase(devicePath);
-    if (state == kAbsent) return;
-    if (state == kFolder) {
-        fs::create_directories(host, ignored);
-        return;
+    mMarked.erase(devicePath);
+    // From whatever it held, through absent, into |state|.
+    bool ok = sandbox::allowNode(devicePath, &error) && sandbox::removeNode(devicePath, &error);
+    if (ok && state == kFolder) {
+        ok = sandbox::makeFolder(devicePath, &error);
+    } else if (ok && state != kAbsent) {
+        const bool marked = state == kDenied || state == kFull || state == kStuck;
+        ok = sandbox::writeNode(devicePath, marked ? "" : state, &error);
+        if (ok && state == kDenied) ok = sandbox::denyNode(devicePath, &error);
+        if (ok && state == kFull) ok = sandbox::makeFull(devicePath, &error);
+        if (ok && state == kStuck) ok = sandbox::makeStuck(devicePath, &error);
+        if (marked) mMarked.insert(devicePath);
+        if (state == kDenied) mDenied.insert(devicePath);
     }
-    fs::create_directories(host.parent_path(), ignored);
-    if (state == kFull) {
-        sandbox::refuseWrites(devicePath);
-        mFull.insert(devicePath);
-    }
-    if (state == kDenied) {
-        sandbox::deny(devicePath);
-        mDenied.insert(devicePath);
-    }
-    std::ofstream out(host, std::ios::binary | std::ios::trunc);
-    out << (state == kDenied || state == kFull ? "" : state);
+    if (!ok) throw std::runtime_error(devicePath + ": " + error);
 }
 
 void NodeTree::restore(const std::string& devicePath, const std::string& profileDir) {
@@ -250,10 +245,10 @@ void NodeTree::restore(const std::string& devicePath, const std::string& profile
 }
 
 void NodeTree::allowAll() {
-    for (const std::string& path : mDenied) sandbox::allow(path);
-    for (const std::string& path : mFull) sandbox::allow(path);
+    std::string ignored;  // a path that was marked is a device path
+    for (const std::string& path : mMarked) sandbox::allowNode(path, &ignored);
     mDenied.clear();
-    mFull.clear();
+    mMarked.clear();
 }
 
 std::string terminationOf(const std::string& area, const std::string& op,
@@ -285,6 +280,7 @@ size_t openDescriptors() {
 
 void forgetHostRecords() {
     log::clear();
+    (void)takeLookups();
     sensorcal::Answers answers = sensorcal::answers();
     sensorcal::reset();
     sensorcal::setAnswers(answers);

@@ -5,6 +5,8 @@
 
 #include <tevhost/Profile.h>
 
+#include "NodeStates.h"
+
 #include <functional>
 #include <set>
 #include <string>
@@ -52,19 +54,12 @@ std::vector<NodeOperation> nodeCalls();
 // in turn). Nodes, properties and log are as they were afterwards.
 std::vector<NodeOperation> nodeOperations(const Product& product);
 
-// The states a node can be in besides holding content, written where its content would go (in
-// tables and fuzz inputs). A folder opens but every read fails; a full node opens but refuses
-// every write, as /dev/full does.
-constexpr const char* kAbsent = "<absent>";
-constexpr const char* kDenied = "<denied>";  // there (empty), but the open is refused with EACCES
-constexpr const char* kFolder = "<folder>";
-constexpr const char* kFull = "<full>";
-
 // The node tree of the current device root, with the states of its nodes.
 class NodeTree {
   public:
-    // Puts the node at |devicePath| ("/sys/...") into |state|: one of the states above, else the
-    // content it is to hold.
+    // Puts the node at |devicePath| ("/sys/...") into |state|: one of the states of NodeStates.h,
+    // else the content it is to hold, through the sandbox's edits. Throws std::runtime_error
+    // when an edit fails.
     void set(const std::string& devicePath, const std::string& state);
     // Gives the node back the content it has in the profile folder |profileDir| (or removes it
     // when the profile has none).
@@ -75,7 +70,7 @@ class NodeTree {
 
   private:
     std::set<std::string> mDenied;
-    std::set<std::string> mFull;
+    std::set<std::string> mMarked;  // denied, full or stuck
 };
 
 // Why calling |area|.|op| now, with the properties and nodes as they are, would end the service

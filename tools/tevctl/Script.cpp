@@ -19,8 +19,11 @@ namespace {
 
 // The steps that take one node path, and what each does to the node.
 const std::map<std::string, bool (*)(const std::string& path, std::string* error)> kNodeSteps = {
-        {"rmnode", tevhost::sandbox::removeNode}, {"folder", tevhost::sandbox::makeFolder},
-        {"deny", tevhost::sandbox::denyNode},     {"full", tevhost::sandbox::fillNode},
+        {"rmnode", tevhost::sandbox::removeNode},
+        {"folder", tevhost::sandbox::makeFolder},
+        {"deny", [](const std::string& path,
+                    std::string* error) { return tevhost::sandbox::denyNode(path, error); }},
+        {"full", tevhost::sandbox::makeFull},
         {"allow", tevhost::sandbox::allowNode},
 };
 

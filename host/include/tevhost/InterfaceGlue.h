@@ -46,7 +46,8 @@ template <typename I>
     ::android::sp<NS::I> NS::I::tryGetService(const std::string& name, bool) {            \
         return tevhost::getService<NS::I>(name);                                          \
     }                                                                                     \
-    ::android::sp<NS::I> NS::I::getService(const std::string& name, bool) {               \
+    ::android::sp<NS::I> NS::I::getService(const std::string& name, bool getStub) {       \
+        tevhost::recordLookup(descriptor, name, getStub);                                 \
         return tevhost::getService<NS::I>(name);                                          \
     }                                                                                     \
     ::android::status_t NS::I::registerAsService(const std::string& name) {               \

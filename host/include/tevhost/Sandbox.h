@@ -62,19 +62,27 @@ std::string devicePath(const std::string& path);
 // anything else (a device file, a FIFO, a socket, a link that leaves or is absolute).
 bool checkRoot(const std::string& dir, std::string* error);
 
-// Run-script edits of the node tree: |path| is a node path ("." and ".." taken; one that leaves
-// /sys, /proc and /d is refused, "/sys/../etc" among them), resolved in the root as the service's
-// paths are. writeNode makes the missing folders and replaces the node's content, or a folder in
-// its place; removeNode removes the node or folder and all it holds, never following a link out
-// of it (a node that is not there is removed already); makeFolder puts an empty folder where the
-// node was (opens of it succeed, reads fail); denyNode and fillNode make the node's opens, or its
-// writes, fail from now on, as deny() and refuseWrites() below, and allowNode undoes both. False
-// with |error| (one line) when refused or failed.
+// Edits of the node tree, the one way a run script, a test or a tool puts a node into a state:
+// |path| is a node path ("." and ".." taken; one that leaves /sys, /proc and /d is refused,
+// "/sys/../etc" among them), resolved in the root as the service's paths are. Each state has one
+// edit:
+//   content  writeNode makes the missing folders and replaces the node's content, or an empty
+//            folder in its place (a folder that holds nodes is refused: removeNode it first);
+//   absent   removeNode removes the node or folder and all it holds, never following a link out
+//            of it (a node that is not there is removed already);
+//   folder   makeFolder puts an empty folder where the node was (opens of it succeed, reads fail);
+//   denied   denyNode makes the node's opens fail with EACCES from now on, after the first
+//            |opensFirst| (a node whose second open fails: 1);
+//   full     makeFull makes every write fail with ENOSPC, the open succeeding (as /dev/full);
+//   stuck    makeStuck makes every write answer 0, taking nothing and failing nothing;
+// and allowNode undoes denied, full and stuck. False with |error| (one line) when refused or
+// failed.
 bool writeNode(const std::string& path, const std::string& content, std::string* error);
 bool removeNode(const std::string& path, std::string* error);
 bool makeFolder(const std::string& path, std::string* error);
-bool denyNode(const std::string& path, std::string* error);
-bool fillNode(const std::string& path, std::string* error);
+bool denyNode(const std::string& path, std::string* error, int opensFirst = 0);
+bool makeFull(const std::string& path, std::string* error);
+bool makeStuck(const std::string& path, std::string* error);
 bool allowNode(const std::string& path, std::string* error);
 
 // Marks the current thread as being in the service for its lifetime (scopes nest).
@@ -105,24 +113,23 @@ struct Write {
 };
 // Every write since the journal was last cleared or taken.
 std::vector<Write> writes();
-size_t writeCount();
 void clearWrites();
 // Hands over the journal and empties it: a caller that drains it after each call keeps the
 // journal's cost and memory to one call's writes.
 std::vector<Write> takeWrites();
 
-// While on, every device path the process reaches (an open, access or stat, whether it succeeds
-// or not) is recorded in order: which nodes an operation touches is then seen, not restated.
-// Switching it on forgets the record.
+// While on, every path in the root the process reaches (an open, access or stat, whether it
+// succeeds or not) is recorded in order, and every open there with the flags it was asked with and
+// the descriptor it got: which nodes an operation touches, and how, is then seen, not restated.
+// Switching it on forgets both records.
 void recordReached(bool on);
 std::vector<std::string> reached();
-
-// Makes the open of a device path fail with EACCES (as a node the service may not read would).
-void deny(const std::string& devicePath);
-// Makes every write to a device path fail with ENOSPC, the open succeeding (as /dev/full does).
-void refuseWrites(const std::string& devicePath);
-// Undoes deny() and refuseWrites().
-void allow(const std::string& devicePath);
+struct Open {
+    std::string path;  // the path on the handset
+    int flags;         // as the caller gave them
+    int fd;            // the descriptor it got (0 is one), or -1
+};
+std::vector<Open> opened();
 
 // A driver: once |word| has been written to |devicePath| (the bytes of one open-to-close session,
 // exactly), the node reads |reply| from its next open on. A later answer to the same word replaces
@@ -146,8 +153,8 @@ void setSleepNotifier(std::function<void(double seconds, bool real)> notifier);
 // stops watching.
 void watchWrites(int fd, std::function<void(const std::string& bytes)> watcher);
 
-// Forgets journal, drivers, denials, sleeps, hook, notifier and watcher; keeps the root and the
-// clock mode.
+// Forgets journal, drivers, node states (denied, full, stuck), sleeps, hook, notifier and watcher;
+// keeps the root and the clock mode.
 void reset();
 
 }  // namespace sandbox

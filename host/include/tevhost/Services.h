@@ -5,6 +5,7 @@
 
 #include <cstdint>  // before utils/StrongPointer.h, which needs uintptr_t
 #include <string>
+#include <vector>
 
 #include <utils/StrongPointer.h>
 
@@ -28,8 +29,19 @@ void registerService(const std::string& descriptor, const std::string& name,
                      const sp<IBase>& service);
 // The registered service, or null.
 sp<IBase> registeredService(const std::string& descriptor, const std::string& name);
-// Forgets every registration.
+// Forgets every registration, and the lookups made so far.
 void clearServices();
+
+// A getService call: the interface, the instance, and whether the caller asked for the
+// passthrough stub (getStub true) rather than the binderized service.
+struct Lookup {
+    std::string descriptor;
+    std::string name;
+    bool getStub;
+};
+void recordLookup(const std::string& descriptor, const std::string& name, bool getStub);
+// Hands over the lookups made since the last clearServices() or takeLookups(), in order.
+std::vector<Lookup> takeLookups();
 
 // Looks up the factory "HIDL_FETCH_<Interface>" of the passthrough library that implements
 // |descriptor| ("pkg@1.0::IFoo" -> "pkg@1.0-impl.so"), in the folder named by the environment
