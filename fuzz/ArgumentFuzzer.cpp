@@ -138,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             continue;
         }
         size_t descriptors = openDescriptors();
-        sp<::android::hidl::base::V1_0::IBase> service = area.get(*h.root);
+        sp<::android::hidl::base::V1_0::IBase> service = areaOf(*h.root, area);
         tevfuzz::checkOutcome(call, tevfuzz::callWithClock(*service, call));
         tevfuzz::check(openDescriptors() == descriptors, call.name() + ": a descriptor leaked");
     }

@@ -102,7 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto denied = [&](const std::string& path) { return h.tree.denied(path); };
     if (terminationOf(op.area, op.op, denied).empty()) {
         size_t descriptors = openDescriptors();
-        ::android::sp<::android::hidl::base::V1_0::IBase> service = call.area->get(*h.root);
+        ::android::sp<::android::hidl::base::V1_0::IBase> service = areaOf(*h.root, *call.area);
         tevfuzz::checkOutcome(call, tevfuzz::callWithClock(*service, call));
         tevfuzz::check(openDescriptors() == descriptors, call.name() + ": a descriptor leaked");
     }

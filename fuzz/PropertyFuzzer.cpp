@@ -157,7 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int32_t number = in.i32();
 
     const tevcatalog::Area& area = *tevcatalog::findArea(c.area);
-    sp<IBase> service = c.fresh ? c.fresh() : area.get(*h.root);
+    sp<IBase> service = c.fresh ? c.fresh() : areaOf(*h.root, area);
     for (const tevcatalog::Operation* op : operationsOf(c)) {
         if (!terminationOf(c.area, op->name, [](const std::string&) { return false; }).empty()) {
             continue;

@@ -108,7 +108,7 @@ void addNew(const std::vector<std::string>& paths, std::vector<std::string>* nod
 // The device paths |call| reaches.
 std::vector<std::string> reachedBy(ITevVendorService& root, const Call& call) {
     sandbox::recordReached(true);
-    answer(root, call);
+    answerInService(root, call);
     sandbox::recordReached(false);
     return sandbox::reached();
 }
