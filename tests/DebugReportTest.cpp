@@ -10,7 +10,6 @@
 #include <tevhost/Services.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <regex>
 #include <set>
 
@@ -48,19 +47,8 @@ class DebugReportTest : public HandsetTest {
         HandsetTest::TearDown();
     }
 
-    // Calls debug on |root| with a descriptor to a fresh file and returns what was written to it.
     std::string debug(const sp<ITevVendorService>& service, const hidl_vec<hidl_string>& options) {
-        FILE* file = tmpfile();
-        native_handle_t* handle = native_handle_create(1, 0);
-        handle->data[0] = fileno(file);
-        EXPECT_TRUE(service->debug(hidl_handle(handle), options).isOk());
-        native_handle_delete(handle);
-        std::string out;
-        rewind(file);
-        char buffer[4096];
-        for (size_t n; (n = fread(buffer, 1, sizeof(buffer), file)) > 0;) out.append(buffer, n);
-        fclose(file);
-        return out;
+        return debugReport(service, options);
     }
     std::string debug(const hidl_vec<hidl_string>& options = {}) { return debug(root(), options); }
 

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <sstream>
 
@@ -82,9 +84,10 @@ class TevctlTest : public ::testing::Test {
     }
 
     // The shell words that run tevctl with |args| on this test's profile (unless the arguments
-    // name another device), its scratch copies in DIR/tmp.
+    // name another device, or two to diff), its scratch copies in DIR/tmp.
     std::string commandLine(std::vector<std::string> args) const {
-        if (std::find(args.begin(), args.end(), "--device") == args.end()) {
+        if (std::find(args.begin(), args.end(), "--device") == args.end() &&
+            std::find(args.begin(), args.end(), "diff") == args.end()) {
             args.insert(args.begin(), {"--device", mProfile.string()});
         }
         std::string command = "TMPDIR=" + quote(mTmp.string()) + " " + mEnv;
@@ -121,13 +124,18 @@ class TevctlTest : public ::testing::Test {
         writeFile(mDir / "decoy/dir/file", "file");
     }
 
-    // Starts tevctl on this test's profile in a child of its own; its stderr goes to DIR/stderr.
-    pid_t start(const std::vector<std::string>& args) {
+    // Starts tevctl on this test's profile in a child of its own, reading |input| (if given); its
+    // stdout goes to DIR/stdout, its stderr to DIR/stderr.
+    pid_t start(const std::vector<std::string>& args, int input = -1) {
         fs::remove(mDir / "stderr");
-        const std::string line = "exec env " + commandLine(args) + " >/dev/null 2>" +
+        const std::string line = "exec env " + commandLine(args) + " >" +
+                                 quote((mDir / "stdout").string()) + " 2>" +
                                  quote((mDir / "stderr").string());
         pid_t child = fork();
         if (child == 0) {
+            if (input >= 0) dup2(input, STDIN_FILENO);
+            const struct rlimit noCore = {0, 0};
+            setrlimit(RLIMIT_CORE, &noCore);  // SIGQUIT and SIGXCPU would dump one
             execl("/bin/sh", "sh", "-c", line.c_str(), static_cast<char*>(nullptr));
             _exit(127);
         }
@@ -146,8 +154,18 @@ class TevctlTest : public ::testing::Test {
 
 TEST_F(TevctlTest, UsageErrorsAreOneLineNamingWhatWasWrong) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-            {{}, "no command"},
-            {{"frob"}, "unknown command 'frob'"},
+            {{}, "no command (list, report, debug, diff, products, call, run, help;"},
+            {{"frob"}, "unknown command 'frob' (list, report, debug, diff, products, call, run,"},
+            {{"help", "frob"}, "no command 'frob'"},
+            // An option a command would ignore is refused, the same way for every command.
+            {{"diff", "qab", "marskol", "--in-place"}, "diff does not take --in-place"},
+            {{"diff", "qab", "marskol", "--log"}, "diff does not take --log"},
+            {{"products", "--in-place"}, "products does not take --in-place"},
+            {{"list", "--log"}, "list does not take --log (it takes --device, --json)"},
+            {{"--force", "call", "usb", "isMicroUsbDevice"}, "--force goes with --in-place"},
+            {{"list", "lamp"}, "unknown area 'lamp'"},
+            {{"products", "sirnk"}, "no product 'sirnk'"},
+            {{"--device", "nosuch", "list"}, "bundled: lumbret, marskol, qab)"},
             {{"--frob", "list"}, "unknown option '--frob'"},
             {{"report", "x"}, "report takes no arguments"},
             {{"call", "usb"}, "call needs AREA and OP"},
@@ -272,11 +290,13 @@ TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
              "/hall:1: pollHallEvent: expected comma-separated 32-bit decimal integers, not '1,x'"},
             {"drivers", "/proc/x w a b\n",
              "/drivers:1: a driver needs PATH WORD REPLY (a REPLY with blanks in quotes)"},
-            {"properties", "/", "/properties is a folder, where a file is expected"},
-            {"sensorcal", "/", "/sensorcal is a folder, where a file is expected"},
-            {"fs", "x", "/fs is not a folder, where the nodes' folder is expected"},
-            {"drivers", "->", "cannot read PROFILE/drivers: No such file or directory"},
-            {"hall", "->", "cannot read PROFILE/hall: No such file or directory"},
+            {"properties", "/", "/properties is a folder, where a file of the profile is expected"},
+            {"sensorcal", "/", "/sensorcal is a folder, where a file of the profile is expected"},
+            {"fs", "x", "/fs is a file, where the nodes' folder of the profile is expected"},
+            // A profile's own entries are never links: not to nowhere, not to a host file.
+            {"drivers", "->", "PROFILE/drivers is a link, where a file of the profile is expected"},
+            {"hall", "->", "PROFILE/hall is a link, where a file of the profile is expected"},
+            {"properties", "=>", "PROFILE/properties is a link, where a file of the profile is"},
             {"fs/sys/pipe", "|",
              "PROFILE/fs/sys/pipe: a FIFO; a profile's fs/ holds only folders, files and links"},
     };
@@ -291,6 +311,9 @@ TEST_F(TevctlTest, ProfileFilesAreReadOneWayAndTheirErrorsSayWhereAndWhat) {
             fs::create_directories(path);
         } else if (std::string(content) == "->") {
             fs::create_symlink(mDir / "nowhere", path);
+        } else if (std::string(content) == "=>") {
+            writeFile(mDir / "decoy", "persist.vendor.x=secret\n");
+            fs::create_symlink(mDir / "decoy", path);
         } else if (std::string(content) == "|") {
             fs::create_directories(path.parent_path());
             ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -329,6 +352,11 @@ TEST_F(TevctlTest, OutputThatCannotBeWrittenIsAnError) {
              1,
              "tevctl: cannot write the output: standard output is closed"},
             {{"run", (mDir / "steps").string()}, "", 2, "it is a folder"},
+            // diff's 1 says "different": its output error is a 2.
+            {{"diff", "qab", "marskol"},
+             ">/dev/full",
+             2,
+             "tevctl: cannot write the output: No space left on device"},
     };
     for (const auto& [args, stdoutTo, status, says] : cases) {
         Result r = tevctl(args, "", stdoutTo);
@@ -447,10 +475,17 @@ TEST_F(TevctlTest, DiffAndProductsPrintTablesOrData) {
               R"("op":"getFlashLifeTime","args":[],"callbacks":[],)"},
              {"\n{"}},
             {{"products", "--in-place"}, 2, {}, {"PRODUCT"}},
+            {{"products", "sirnak", "unlisted"}, 0, {"\nsirnak ", "\nunlisted "}, {"\nqab "}},
+            {{"list", "leds"}, 0, {"leds  ILedsCheckService"}, {"version"}},
+            {{"report"}, 0, {"device: " + std::string(TEV_SOURCE_DIR) + "/devices/qab\nAREA "}, {}},
+            // A side that cannot be reported is named on stderr; nothing is compared.
+            {{"diff", "qab", "nosuch"}, 2, {}, {"AREA"}},
     };
     for (const auto& c : cases) {
-        std::vector<std::string> args = {"--device", "qab"};
-        args.insert(args.end(), c.args.begin(), c.args.end());
+        std::vector<std::string> args = c.args;
+        if (std::find(args.begin(), args.end(), "diff") == args.end()) {
+            args.insert(args.begin(), {"--device", "qab"});
+        }
         Result r = tevctl(args);
         EXPECT_EQ(r.status, c.status) << c.args[1] << r.err;
         for (const std::string& text : c.has) EXPECT_THAT(r.out, HasSubstr(text));
@@ -520,12 +555,170 @@ TEST_F(TevctlTest, AScriptInALocalFolderNamedDIsRead) {
     EXPECT_EQ(readFile(mDir / "stdout"), "> version getCpuId\n\"0x8b3e71d5\"\n");
 }
 
-// The scratch copy goes on every exit the process can catch (the exits themselves are the
-// cleanup's own test): here, a reader that went away after one line.
+// A reader that went away after one line is no error, whenever it goes; the scratch copy goes.
 TEST_F(TevctlTest, TheScratchCopyGoesWhenTheReaderGoes) {
-    const std::string line = commandLine({"--device", "qab", "report"});
-    EXPECT_EQ(std::system((line + " | head -1 >/dev/null").c_str()), 0);
-    EXPECT_TRUE(fs::is_empty(mTmp));
+    const std::string line = "{ " + commandLine({"--device", "qab", "report"}) + "; echo $? >" +
+                             quote((mDir / "status").string()) + "; } | head -1 >/dev/null";
+    for (int i = 0; i < 5; ++i) {
+        std::system(line.c_str());
+        EXPECT_EQ(readFile(mDir / "status"), "0\n");
+        EXPECT_TRUE(fs::is_empty(mTmp));
+    }
+}
+
+// A profile from a stranger: every way it points outside itself is refused at load with one line
+// (or, for a hard link on a scratch copy, copied), and the decoys beside it stay as they were.
+TEST_F(TevctlTest, AHostileProfileReachesNothingOutsideIt) {
+    const fs::path decoy = mDir / "decoy";
+    const std::string link = "a file with 2 names (hard links)";
+    const struct {
+        const char* row;
+        std::function<void()> make;
+        std::vector<std::string> args;
+        int status;
+        std::string says;  // on stderr (status 2) or standard output
+    } cases[] = {
+            {"N1 fs/ is a link",
+             [&] {
+                 fs::remove_all(mProfile / "fs"), fs::create_symlink("../decoy", mProfile / "fs");
+             },
+             {"call", "root", "getVendorFileValue", "/secret"},
+             2,
+             "/fs is a link"},
+            {"N1 in place",
+             [&] {
+                 fs::remove_all(mProfile / "fs"), fs::create_symlink("../decoy", mProfile / "fs");
+             },
+             {"--in-place", "call", "root", "setVendorFileValue", "/secret", "X"},
+             2,
+             "/fs is a link"},
+            {"N2 hard link in place",
+             [&] { fs::create_hard_link(decoy / "secret", mProfile / "fs/sys/hard"); },
+             {"--in-place", "call", "root", "setVendorFileValue", "/sys/hard", "X"},
+             2,
+             link},
+            {"N2 hard link copied",
+             [&] { fs::create_hard_link(decoy / "secret", mProfile / "fs/sys/hard"); },
+             {"call", "root", "setVendorFileValue", "/sys/hard", "X"},
+             0,
+             "write /sys/hard \"X\""},
+            {"N4 a sparse node of 8 MiB",
+             [&] { fs::resize_file(mProfile / "fs/sys/class/leds/red/brightness", 8 << 20); },
+             {"call", "leds", "getLedsList"},
+             2,
+             "/brightness: over 1 MiB"},
+            {"N5 a big node under /proc",
+             [&] { fs::resize_file(mProfile / "fs/proc/version", 4 << 20); },
+             {"--in-place", "call", "root", "getVendorFileValue", "/proc/version"},
+             2,
+             "/version: over 1 MiB"},
+            {"N7 a tree 70 folders deep",
+             [&] {
+                 fs::path deep = mProfile / "fs/sys";
+                 for (int i = 0; i < 70; ++i) deep /= "d";
+                 fs::create_directories(deep);
+             },
+             {"call", "leds", "getLedsList"},
+             2,
+             "folders nested more than 64 deep"},
+            {"N8 in place on a bundled profile",
+             [] {},
+             {"--device", "qab", "--in-place", "call", "root", "setVendorFileValue",
+              "/sys/class/leds/red/brightness", "9"},
+             2,
+             "--in-place would change the bundled profile"},
+    };
+    fs::create_directories(mDir / "devices");
+    fs::copy(fs::path(TEV_SOURCE_DIR) / "devices/qab", mDir / "devices/qab",
+             fs::copy_options::recursive);
+    mEnv = "TEVCTL_DEVICES=" + quote((mDir / "devices").string());
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.row);
+        useQabBesideADecoy();
+        c.make();
+        const auto decoyBefore = tree(decoy);
+        Result r = tevctl(c.args);
+        EXPECT_EQ(r.status, c.status) << r.err;
+        if (c.status == 2) {
+            EXPECT_THAT(lines(r.err), ElementsAre(HasSubstr(c.says)));
+        } else {
+            EXPECT_THAT(r.out, HasSubstr(c.says));
+        }
+        EXPECT_THAT(r.out, Not(HasSubstr("secret")));
+        EXPECT_EQ(tree(decoy), decoyBefore);
+        EXPECT_TRUE(fs::is_empty(mTmp)) << "no scratch copy left behind";
+    }
+    EXPECT_EQ(readFile(mDir / "devices/qab/fs/sys/class/leds/red/brightness"),
+              readFile(fs::path(TEV_SOURCE_DIR) / "devices/qab/fs/sys/class/leds/red/brightness"));
+    // Asked twice, it is done.
+    Result forced = tevctl({"--device", "qab", "--in-place", "--force", "call", "root",
+                            "setVendorFileValue", "/sys/class/leds/red/brightness", "9"});
+    EXPECT_EQ(forced.status, 0) << forced.err;
+    EXPECT_EQ(readFile(mDir / "devices/qab/fs/sys/class/leds/red/brightness"), "9");
+}
+
+// No control byte of a profile (a node's name, a profile's name) reaches the terminal.
+TEST_F(TevctlTest, EverythingPrintedIsEscaped) {
+    useQabBesideADecoy();
+    const std::string name = "a\nb\x1b[2J";
+    writeFile(mProfile / "fs/sys" / name, "0");
+    const fs::path odd = mDir / ("odd\x1b[31m\n");
+    fs::copy(mProfile, odd, fs::copy_options::recursive);
+    std::string properties = readFile(mProfile / "properties");
+    properties.replace(properties.find("QB7A2C0041"), 10, "odd\x1b[31m");
+    writeFile(odd / "properties", properties);
+    const std::vector<std::string> commands[] = {
+            {"call", "root", "setVendorFileValue", "/sys/" + name, "1"},
+            {"--device", odd.string(), "report"},
+            {"diff", mProfile.string(), odd.string()},
+    };
+    for (const auto& args : commands) {
+        Result r = tevctl(args);
+        SCOPED_TRACE(::testing::PrintToString(args));
+        EXPECT_LE(r.status, 1) << r.err;
+        EXPECT_FALSE(r.out.empty());
+        for (char c : r.out) EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20);
+    }
+    EXPECT_THAT(tevctl(commands[0]).out, HasSubstr("write /sys/a\\nb\\x1b[2J \"1\""));
+}
+
+// The scratch copy goes on every signal that ends the process and can be caught; one that cannot
+// (KILL) leaves it to the next run, which removes it.
+TEST_F(TevctlTest, EverySignalLeavesNoScratchCopyForLong) {
+    for (int signal : {SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGXCPU, SIGVTALRM, SIGKILL}) {
+        SCOPED_TRACE(strsignal(signal));
+        int input[2];
+        ASSERT_EQ(pipe(input), 0);
+        pid_t child = start({"run"}, input[0]);
+        close(input[0]);
+        ASSERT_TRUE(await([&] { return !fs::is_empty(mTmp); }));
+        kill(child, signal);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        close(input[1]);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        if (signal == SIGKILL) {
+            EXPECT_FALSE(fs::is_empty(mTmp));
+            EXPECT_EQ(tevctl({"list"}).status, 0);
+        }
+        EXPECT_TRUE(fs::is_empty(mTmp));
+    }
+}
+
+// tevctl explains itself one command at a time.
+TEST_F(TevctlTest, EachCommandHasItsOwnHelp) {
+    const std::vector<std::string> asks[] = {
+            {"help", "run"}, {"run", "--help"}, {"diff", "--help"}, {"help", "products"}};
+    for (const auto& args : asks) {
+        Result r = tevctl(args);
+        EXPECT_EQ(r.status, 0);
+        EXPECT_THAT(r.out, StartsWith("usage: tevctl [OPTION...] " + args[args[0] == "help"]));
+        EXPECT_LT(lines(r.out).size(), 30u);
+    }
+    Result all = tevctl({"--help"});
+    for (const char* says : {"scratch copy", "TEVHOST_LOG", "--force", "debug [OPTION...]"}) {
+        EXPECT_THAT(all.out, HasSubstr(says));
+    }
 }
 
 TEST_F(TevctlTest, ASecondInPlaceRunSaysThatItWaits) {
@@ -545,6 +738,26 @@ TEST_F(TevctlTest, ASecondInPlaceRunSaysThatItWaits) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
     EXPECT_EQ(readFile(mProfile / "fs/sys/class/leds/red/brightness"), "9");
+}
+
+// What was checked is what is copied: fs/ swapped for a link while the load waits for the
+// profile (an --in-place run holds it) brings nothing from outside into the scratch copy.
+TEST_F(TevctlTest, ASwapWhileTheLoadWaitsBringsNothingIn) {
+    useQabBesideADecoy();
+    int held = open(mProfile.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    pid_t child = start({"call", "root", "getVendorFileValue", "/secret"});
+    ASSERT_TRUE(await([&] { return !readFile(mDir / "stderr").empty(); }));
+    fs::rename(mProfile / "fs", mDir / "fs");
+    fs::create_symlink("../decoy", mProfile / "fs");
+    close(held);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_THAT(readFile(mDir / "stdout"), Not(HasSubstr("secret")));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << status;
+    EXPECT_THAT(readFile(mDir / "stderr"), HasSubstr("/fs is not a folder of the profile"));
+    EXPECT_TRUE(fs::is_empty(mTmp));
 }
 
 }  // namespace

@@ -1,14 +1,14 @@
 #!/bin/bash
 # scripts/build with stand-ins for cmake and ninja on PATH: how many jobs ninja is given, what a
-# log shows of the progress (a status line per tenth, every other line), and that a failed or an
-# up-to-date build says so.
+# log shows of the progress (a status line per tenth, every other line), that a failed build says
+# so, and that one with nothing to do says nothing.
 set -euo pipefail
 src=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/bin" "$work/top"
 cp -r "$src/scripts" "$work/top/"
-# cmake writes a build.ninja; ninja -n prints $STEPS status lines, ninja builds them (with a
+# cmake writes a build.ninja; ninja checks its build files (no work), builds $STEPS steps (with a
 # warning on the way), records its arguments, and fails when $FAIL is set.
 cat >"$work/bin/cmake" <<'EOF'
 #!/bin/bash
@@ -16,13 +16,14 @@ mkdir -p "$4" && touch "$4/build.ninja"
 EOF
 cat >"$work/bin/ninja" <<'EOF'
 #!/bin/bash
-[ "$1" = -n ] || echo "$*" >"$WORK/ninja.args"
+echo "$*" >"$WORK/ninja.args"
+echo "[0/$((STEPS + 1))] Re-checking globbed directories..."
 for ((i = 1; i <= STEPS; i++)); do
     echo "[$i/$STEPS] Building CXX object $i.o"
-    [ "$1" = -n ] || [ $i != 2 ] || echo "2.cpp:1: warning: something"
+    [ $i != 2 ] || echo "2.cpp:1: warning: something"
 done
 [ "$STEPS" != 0 ] || echo "ninja: no work to do."
-[ -z "${FAIL:-}" ] || [ "$1" = -n ] || { echo "ninja: build stopped: subcommand failed."; exit 1; }
+[ -z "${FAIL:-}" ] || { echo "ninja: build stopped: subcommand failed."; exit 1; }
 EOF
 chmod +x "$work/bin/"*
 export WORK=$work PATH="$work/bin:$PATH"
@@ -30,12 +31,12 @@ export WORK=$work PATH="$work/bin:$PATH"
 # CMAKE_BUILD_PARALLEL_LEVEL | steps | ninja fails | exit status | ninja's -j (- not run) |
 # the lines on stderr: status lines kept, and one line that must be there
 cases=(
-    "|40||0|$(nproc)|11|build/t: 40 steps, $(nproc) at a time"
+    "|40||0|$(nproc)|11|build/t: building, $(nproc) at a time"
     "3|40||0|3|11|2.cpp:1: warning: something"
-    "1|5||0|1|5|build/t: built in"
+    "1|5||0|1|5|build/t: built 5 steps in"
     "0|40||2|-|0|CMAKE_BUILD_PARALLEL_LEVEL must be a number of jobs (1 or more), not '0'"
     "two|40||2|-|0|not 'two'"
-    "|0||0|-|0|build/t: configuring with c++ (first build)"
+    "|0||0|$(nproc)|0|build/t: configuring with c++ (first build)"
     "|40|1|1|$(nproc)|11|ninja: build stopped: subcommand failed."
 )
 failed=0
@@ -65,5 +66,12 @@ for row in "${cases[@]}"; do
         failed=$((failed + 1))
     fi
 done
-echo "build script: $((${#cases[@]} - failed)) passed, $failed failed"
+# A later call with nothing to do prints nothing at all.
+env STEPS=0 "$work/top/scripts/build" t c++ >"$work/out" 2>"$work/err" </dev/null
+if [ -s "$work/err" ] || [ -s "$work/out" ]; then
+    echo "FAIL an up-to-date build printed:" >&2
+    sed 's/^/    /' "$work/out" "$work/err" >&2
+    failed=$((failed + 1))
+fi
+echo "build script: $((${#cases[@]} + 1 - failed)) passed, $failed failed"
 [ $failed = 0 ]

@@ -1,10 +1,12 @@
 // Removal of the scratch folder on every exit the process can catch. The removal runs in signal
 // handlers too: it calls the kernel directly (no allocation, no lock, none of the sandbox's
 // interposed entry points) and keeps what it needs in fixed buffers.
+#include <dirent.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <tevhost/Cleanup.h>
@@ -14,17 +16,30 @@
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <vector>
 
 namespace tevhost {
 namespace cleanup {
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
-constexpr int kMaxDepth = 64;
+// The signals whose default is to end the process and that a handler can catch, but for SIGABRT
+// and the faults (SIGSEGV, SIGBUS, SIGFPE, SIGILL), which stay with their own handlers (the
+// sanitizers', tevctl's): the real-time signals are added at run time.
+constexpr int kSignals[] = {SIGINT,  SIGTERM, SIGHUP,  SIGPIPE, SIGQUIT,   SIGUSR1,
+                            SIGUSR2, SIGALRM, SIGXCPU, SIGXFSZ, SIGVTALRM, SIGPROF,
+                            SIGIO,   SIGPWR,  SIGSYS,  SIGTRAP, SIGSTKFLT};
 
-// The folder: a descriptor of the folder that holds it and its name there.
+// The folder: a descriptor of the folder that holds it and its name there; and a descriptor of
+// the folder itself, whose lock tells a later process that this one is alive.
 char gName[256];
 std::atomic<int> gParent{-1};
+std::atomic<int> gHold{-1};
+
+std::vector<int> endingSignals() {
+    std::vector<int> signals(std::begin(kSignals), std::end(kSignals));
+    for (int rt = SIGRTMIN; rt <= SIGRTMAX; ++rt) signals.push_back(rt);
+    return signals;
+}
 
 struct Dirent64 {
     ino64_t ino;
@@ -95,9 +110,10 @@ int openParent(const std::string& dir, std::string* name) {
 
 void removeHeld() {
     int parent = gParent.exchange(-1);
-    if (parent < 0) return;
-    removeAt(parent, gName, 0);
-    sysClose(parent);
+    int hold = gHold.exchange(-1);
+    if (parent >= 0) removeAt(parent, gName, 0);
+    if (parent >= 0) sysClose(parent);
+    if (hold >= 0) sysClose(hold);
 }
 
 void onSignal(int signal) {
@@ -115,14 +131,14 @@ void installOnce() {
     static std::once_flag once;
     std::call_once(once, [] {
         atexit([] { removeNow(); });
-        for (int signal : kSignals) {
+        // A signal the process ignores or handles itself stays as it is.
+        for (int signal : endingSignals()) {
             struct sigaction old = {};
             sigaction(signal, nullptr, &old);
-            if (old.sa_handler == SIG_IGN) continue;
+            if ((old.sa_flags & SA_SIGINFO) || old.sa_handler != SIG_DFL) continue;
             struct sigaction action = {};
             action.sa_handler = onSignal;
-            sigemptyset(&action.sa_mask);
-            for (int other : kSignals) sigaddset(&action.sa_mask, other);
+            sigfillset(&action.sa_mask);
             sigaction(signal, &action, nullptr);
         }
     });
@@ -146,8 +162,7 @@ void removeAtExit(const std::string& dir) {
 void removeNow() {
     // A signal arriving half-way must not find the folder forgotten but not yet removed.
     sigset_t block, old;
-    sigemptyset(&block);
-    for (int signal : kSignals) sigaddset(&block, signal);
+    sigfillset(&block);
     pthread_sigmask(SIG_BLOCK, &block, &old);
     removeHeld();
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
@@ -160,6 +175,74 @@ bool removeTree(const std::string& dir) {
     bool ok = removeAt(parent, name.c_str(), 0);
     sysClose(parent);
     return ok;
+}
+
+namespace {
+
+// Whether the scratch folder |name| in |parent|, named PREFIX.PID.XXXXXX, was left by a process
+// that is gone: the process PID is not running, the folder is this user's, and nobody holds it.
+bool leftBehind(int parent, const char* name, size_t prefixLength) {
+    const char* digits = name + prefixLength;
+    char* end = nullptr;
+    const long pid = strtol(digits, &end, 10);
+    if (end == digits || *end != '.' || pid <= 0 || pid == getpid()) return false;
+    if (kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) return false;
+    const int dir = sysOpenat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (dir < 0) return false;
+    struct stat st;
+    const bool gone =
+            fstat(dir, &st) == 0 && st.st_uid == geteuid() && flock(dir, LOCK_EX | LOCK_NB) == 0;
+    sysClose(dir);
+    return gone;
+}
+
+void sweep(const std::string& parent, const std::string& prefix) {
+    const int dir = sysOpenat(AT_FDCWD, parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir < 0) return;
+    DIR* listing = fdopendir(dir);
+    if (listing == nullptr) {
+        sysClose(dir);
+        return;
+    }
+    const std::string head = prefix + ".";
+    std::vector<std::string> stale;
+    while (struct dirent* entry = readdir(listing)) {
+        if (strncmp(entry->d_name, head.c_str(), head.size()) == 0 &&
+            leftBehind(dir, entry->d_name, head.size())) {
+            stale.emplace_back(entry->d_name);
+        }
+    }
+    for (const std::string& name : stale) removeAt(dir, name.c_str(), 0);
+    closedir(listing);
+}
+
+}  // namespace
+
+std::string makeScratch(const std::string& parent, const std::string& prefix, std::string* error) {
+    sweep(parent, prefix);
+    std::string dir = parent + "/" + prefix + "." + std::to_string(getpid()) + ".XXXXXX";
+    // A signal arriving between the folder's making and its holding waits until it is held.
+    installOnce();
+    sigset_t block, old;
+    sigfillset(&block);
+    pthread_sigmask(SIG_BLOCK, &block, &old);
+    const bool made = mkdtemp(&dir[0]) != nullptr;
+    const int saved = errno;
+    if (made) removeAtExit(dir);
+    pthread_sigmask(SIG_SETMASK, &old, nullptr);
+    if (!made) {
+        *error = "cannot make a scratch folder in " + parent + ": " + strerror(saved);
+        return "";
+    }
+    const int hold =
+            sysOpenat(AT_FDCWD, dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (hold >= 0 && flock(hold, LOCK_SH) == 0) {
+        const int old = gHold.exchange(hold);
+        if (old >= 0) sysClose(old);
+    } else if (hold >= 0) {
+        sysClose(hold);
+    }
+    return dir;
 }
 
 }  // namespace cleanup

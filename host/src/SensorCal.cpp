@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "KeyValueFile.h"
 
@@ -19,6 +20,7 @@ struct State {
     const void* lastConstructed = nullptr;
     const void* lastDestroyed = nullptr;
     std::vector<std::string> calls;
+    std::function<void()> constructionHook;
 };
 
 State& state() {
@@ -87,6 +89,7 @@ void reset() {
     state().lastConstructed = nullptr;
     state().lastDestroyed = nullptr;
     state().calls.clear();
+    state().constructionHook = nullptr;
 }
 
 Answers answers() {
@@ -143,10 +146,20 @@ bool loadFile(const std::string& path, int* badLine, std::string* problem) {
     return true;
 }
 
-void constructed(const void* object) {
+void setConstructionHook(std::function<void()> hook) {
     std::lock_guard<std::mutex> guard(state().lock);
-    ++state().constructions;
-    state().lastConstructed = object;
+    state().constructionHook = std::move(hook);
+}
+
+void constructed(const void* object) {
+    std::function<void()> hook;
+    {
+        std::lock_guard<std::mutex> guard(state().lock);
+        ++state().constructions;
+        state().lastConstructed = object;
+        hook = state().constructionHook;
+    }
+    if (hook) hook();
 }
 
 void destroyed(const void* object) {

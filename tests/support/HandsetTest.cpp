@@ -2,6 +2,7 @@
 
 #include "ChildProcess.h"
 
+#include <cutils/native_handle.h>
 #include <gtest/gtest-spi.h>
 #include <tevhost/Services.h>
 
@@ -112,6 +113,23 @@ void inFreshProcess(const std::function<void()>& scenario) {
 ::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>
 HandsetTest::root() {
     return ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService::getService();
+}
+
+std::string HandsetTest::debugReport(
+        const ::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>&
+                service,
+        const ::android::hardware::hidl_vec<::android::hardware::hidl_string>& options) {
+    FILE* file = tmpfile();
+    native_handle_t* handle = native_handle_create(1, 0);
+    handle->data[0] = fileno(file);
+    EXPECT_TRUE(service->debug(::android::hardware::hidl_handle(handle), options).isOk());
+    native_handle_delete(handle);
+    std::string out;
+    rewind(file);
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof(buffer), file)) > 0;) out.append(buffer, n);
+    fclose(file);
+    return out;
 }
 
 }  // namespace tevhost

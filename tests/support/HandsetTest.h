@@ -43,6 +43,13 @@ class HandsetTest : public ::testing::Test {
     // The root service, obtained as a client does (passthrough lookup of the -impl library).
     ::android::sp<::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService> root();
 
+    // Calls debug on |service| with a descriptor to a fresh file and returns what was written to
+    // it.
+    static std::string debugReport(
+            const ::android::sp<
+                    ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService>& service,
+            const ::android::hardware::hidl_vec<::android::hardware::hidl_string>& options = {});
+
   private:
     std::string mRoot;
 };

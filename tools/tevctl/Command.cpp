@@ -14,13 +14,6 @@ std::string areaNames() {
     return names;
 }
 
-const Area& needArea(const std::string& name) {
-    const Area* area = findArea(name);
-    if (area == nullptr)
-        throw UsageError("unknown area '" + name + "' (areas: " + areaNames() + ")");
-    return *area;
-}
-
 const Operation& needOperation(const Area& area, const std::string& name) {
     const Operation* op = area.find(name);
     if (op == nullptr) {
@@ -30,6 +23,13 @@ const Operation& needOperation(const Area& area, const std::string& name) {
 }
 
 }  // namespace
+
+const Area& needArea(const std::string& name) {
+    const Area* area = findArea(name);
+    if (area == nullptr)
+        throw UsageError("unknown area '" + name + "' (areas: " + areaNames() + ")");
+    return *area;
+}
 
 CallRequest parseCall(const std::vector<std::string>& words) {
     if (words.size() < 2) throw UsageError("call needs AREA and OP");

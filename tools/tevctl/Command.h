@@ -19,6 +19,7 @@ struct Options {
     bool log = false;
     bool realTime = false;
     bool inPlace = false;
+    int line = 0;  // run: the line of the step being run
 };
 
 // A usage error: one line on stderr, exit status 2.
@@ -35,22 +36,29 @@ struct CallRequest {
     Args args;
 };
 
+// The area named |name|; throws UsageError naming the areas there are.
+const Area& needArea(const std::string& name);
+
 // Parses AREA OP ARG...; throws UsageError naming what is wrong.
 CallRequest parseCall(const std::vector<std::string>& words);
 
 // The one line that says the root hands out no object for |area|.
 std::string unavailable(const Area& area);
 
-// list: the areas and every operation with its argument and result types.
-int commandList(Session& session, const Options& o);
+// list: the areas (|areas|, or all when empty) and every operation with its argument and result
+// types.
+int commandList(Session& session, const Options& o, const std::vector<const Area*>& areas);
 // report: every reading operation without arguments, of every area, on the profile |device|.
 int commandReport(Session& session, const Options& o, const std::string& device);
 // debug: the root's debug call with |options|, its output as the service writes it (what lshal
 // debug prints on the handset).
 int commandDebug(Session& session, const Options& o, const std::vector<std::string>& options);
 // diff: the reports of the profiles |a| and |b| (each in a process of its own), and only the
-// operations whose answers differ; 0 when none does, 1 when some do.
+// operations whose answers differ; 0 when none does, 1 when some do, 2 when a side could not be
+// reported (or the child's 134 when the service ended its process), naming the side.
 int commandDiff(const Options& o, const std::string& a, const std::string& b);
+// The exit status of a diff whose output could not be written: 1 says "different".
+constexpr int kDiffOutputFailed = 2;
 
 // A bad run step: "FILE:LINE: what", and the exit status it gives.
 class StepError {
@@ -64,9 +72,10 @@ class StepError {
 int commandRun(Session& session, Options& o, const std::string& file);
 
 // products: for every product name the library's per-product lists and tables hold, and one
-// they do not, the answers of every operation that depends on the product name (each product in
-// a process of its own, on the profile |device|).
-int commandProducts(const Options& o, const std::string& device);
+// they do not (or for the |names| given, each one of those), the answers of every operation that
+// depends on the product name (each product in a process of its own, on the profile |device|).
+int commandProducts(const Options& o, const std::string& device,
+                    const std::vector<std::string>& names);
 
 // The whole tool on |argv|, as main runs it; its exit status.
 int runTool(int argc, char** argv);

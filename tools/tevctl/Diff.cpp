@@ -1,4 +1,7 @@
 // diff: the report of two device profiles, and only the operations whose answers differ.
+#include <tevcatalog/Values.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -21,12 +24,17 @@ struct Row {
     std::string answer;
 };
 
-// The rows of a text report, its header left out. The columns are as wide as the header says.
+// An answer wider than this is folded onto the lines below its row.
+constexpr size_t kFoldAt = 32;
+
+// The rows of a text report, its device line and header left out. The columns are as wide as the
+// header says.
 std::vector<Row> rows(const std::string& report) {
     std::vector<Row> result;
     std::istringstream in(report);
     std::string line;
-    std::getline(in, line);
+    while (std::getline(in, line) && line.rfind("AREA ", 0) != 0) {
+    }
     const size_t opAt = line.find("OPERATION");
     const size_t answerAt = line.find("ANSWER");
     if (opAt == std::string::npos || answerAt == std::string::npos) return result;
@@ -56,6 +64,36 @@ std::map<std::string, Json> answers(const std::string& report) {
     return byKey;
 }
 
+// |text| in pieces of at most kFoldAt bytes, each cut after the last ", " that fits, else where
+// no UTF-8 character is split.
+std::vector<std::string> fold(const std::string& text) {
+    std::vector<std::string> pieces;
+    size_t at = 0;
+    while (text.size() - at > kFoldAt) {
+        size_t cut = text.rfind(", ", at + kFoldAt - 2);
+        if (cut == std::string::npos || cut < at) {
+            cut = at + kFoldAt;
+            while (cut > at + 1 && (static_cast<unsigned char>(text[cut]) & 0xc0) == 0x80) --cut;
+        } else {
+            cut += 2;
+        }
+        pieces.push_back(text.substr(at, cut - at));
+        at = cut;
+    }
+    pieces.push_back(text.substr(at));
+    return pieces;
+}
+
+// Names the side whose report could not be made; the exit status of the diff.
+int sideFailed(int side, const std::string& profile, int status) {
+    printError(std::string("diff: the report of ") + (side == 0 ? "A" : "B") + " (" + profile +
+               ") " +
+               (status == 134 ? "ended: the service ended its process during a call"
+                              : "failed with exit status " + std::to_string(status)) +
+               "; nothing was compared");
+    return status == 134 ? status : 2;
+}
+
 }  // namespace
 
 int commandDiff(const Options& o, const std::string& a, const std::string& b) {
@@ -64,11 +102,11 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
     std::map<std::string, Json> data[2];
     for (int side = 0; side < 2; ++side) {
         auto [text, status] = runSelf({"--device", profiles[side], "report"});
-        if (status != 0) return status;
+        if (status != 0) return sideFailed(side, profiles[side], status);
         texts[side] = rows(text);
         if (o.json) {
             auto [json, jsonStatus] = runSelf({"--device", profiles[side], "--json", "report"});
-            if (jsonStatus != 0) return jsonStatus;
+            if (jsonStatus != 0) return sideFailed(side, profiles[side], jsonStatus);
             data[side] = answers(json);
         }
     }
@@ -107,12 +145,19 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
         }
         printf("%s\n", json::write(out).c_str());
     } else if (!differing.empty()) {
-        std::vector<std::vector<std::string>> table = {{"AREA", "OPERATION", a, b}};
+        std::vector<std::vector<std::string>> table = {
+                {"AREA", "OPERATION", printable(a), printable(b)}};
         for (const std::string& key : differing) {
             const size_t blank = key.find(' ');
-            table.push_back({key.substr(0, blank), key.substr(blank + 1),
-                             answer[0].count(key) ? answer[0][key] : "-",
-                             answer[1].count(key) ? answer[1][key] : "-"});
+            const std::vector<std::string> sides[] = {
+                    fold(answer[0].count(key) ? answer[0][key] : "-"),
+                    fold(answer[1].count(key) ? answer[1][key] : "-")};
+            for (size_t i = 0; i < std::max(sides[0].size(), sides[1].size()); ++i) {
+                table.push_back({i == 0 ? key.substr(0, blank) : "",
+                                 i == 0 ? key.substr(blank + 1) : "",
+                                 i < sides[0].size() ? sides[0][i] : "",
+                                 i < sides[1].size() ? sides[1][i] : ""});
+            }
         }
         printColumns(table);
     }

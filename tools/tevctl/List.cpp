@@ -9,10 +9,11 @@
 
 namespace tevctl {
 
-int commandList(Session& session, const Options& o) {
+int commandList(Session& session, const Options& o, const std::vector<const Area*>& named) {
+    const std::vector<const Area*>& shown = named.empty() ? allAreas() : named;
     if (o.json) {
         json::Json areas = json::Json::array();
-        for (const Area* area : allAreas()) {
+        for (const Area* area : shown) {
             json::Json operations = json::Json::array();
             for (const Operation& op : area->ops) {
                 json::Json params = json::Json::array();
@@ -36,13 +37,13 @@ int commandList(Session& session, const Options& o) {
         return 0;
     }
     size_t width = 0;
-    for (const Area* area : allAreas()) {
+    for (const Area* area : shown) {
         for (const Operation& op : area->ops) {
             width = std::max(width,
                              op.name.size() + signature(op).size() + resultNotation(op).size() + 4);
         }
     }
-    for (const Area* area : allAreas()) {
+    for (const Area* area : shown) {
         printf("%s  %s%s\n", area->name.c_str(), area->interface.c_str(),
                session.available(*area) ? "" : "  (not available)");
         for (const Operation& op : area->ops) {

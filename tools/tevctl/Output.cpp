@@ -23,13 +23,13 @@ void flushOutput() {
     if (fflush(stdout) != 0 && gOutputError == 0) gOutputError = errno != 0 ? errno : EIO;
 }
 
-int finishOutput(int status) {
+int finishOutput(int status, int failed) {
     flushOutput();
     if (gOutputError == 0 && ferror(stdout)) gOutputError = EIO;
     // A reader that stopped reading (tevctl ... | head) is no failure of ours.
     if (gOutputError == 0 || gOutputError == EPIPE) return status;
     printError(std::string("cannot write the output: ") + strerror(gOutputError));
-    return status == 0 ? 1 : status;
+    return status == 0 || status == 1 ? failed : status;
 }
 
 void printError(const std::string& message) {
@@ -44,22 +44,22 @@ std::vector<std::string> answerLines(const CallRecord& r) {
         lines.push_back("(void)");
     }
     if (!r.outcome.transportError.empty()) {
-        lines.push_back("(transport error: " + r.outcome.transportError + ")");
+        lines.push_back("(transport error: " + printable(r.outcome.transportError) + ")");
     }
-    if (!r.terminated.empty()) lines.push_back("(terminated: " + r.terminated + ")");
+    if (!r.terminated.empty()) lines.push_back("(terminated: " + printable(r.terminated) + ")");
     return lines;
 }
 
 std::vector<std::string> effectLines(const CallRecord& r, bool withLog) {
     std::vector<std::string> lines;
     for (const auto& w : r.writes) {
-        lines.push_back("write " + w.path + " \"" + escape(w.data, false, false) + "\"");
+        lines.push_back("write " + printable(w.path) + " \"" + escape(w.data, false, false) + "\"");
     }
     for (double s : r.sleeps) lines.push_back("sleep " + decimal(s) + " s");
     if (withLog) {
         for (const auto& l : r.log) {
             lines.push_back(std::string("log ") + tevhost::log::priorityLetter(l.priority) + "/" +
-                            l.tag + ": " + escape(l.text, true, false));
+                            printable(l.tag) + ": " + escape(l.text, true, false));
         }
     }
     return lines;
@@ -115,7 +115,13 @@ void printLines(const std::vector<std::string>& lines, const char* indent) {
 
 void printCall(const CallRecord& record, const Options& o) {
     if (o.json) {
-        printf("%s\n", json::write(callJson(record, o.log)).c_str());
+        json::Json call = callJson(record, o.log);
+        if (o.line > 0) {
+            json::Json numbered = {{"line", o.line}};
+            numbered.update(call);
+            call = std::move(numbered);
+        }
+        printf("%s\n", json::write(call).c_str());
     } else {
         if (o.steps) {
             std::string head = "> " + record.area->name + " " + record.op->name;

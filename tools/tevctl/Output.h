@@ -37,9 +37,10 @@ void printCall(const CallRecord& record, const Options& o);
 
 // Standard output is flushed after each call, so that what a call printed is out before the next
 // one (or the end of the process during it). A failed write is remembered; finishOutput() names
-// it on stderr and makes a |status| of 0 a 1, unless the reader merely stopped reading (EPIPE).
+// it on stderr and makes a |status| of 0 |failed|, unless the reader merely stopped reading
+// (EPIPE).
 void flushOutput();
-int finishOutput(int status);
+int finishOutput(int status, int failed = 1);
 
 // "tevctl: MESSAGE" on stderr, after what standard output holds; control bytes and invalid UTF-8
 // in |message| shown as C escapes.

@@ -1,5 +1,6 @@
 // products: the answers of every operation that depends on the product name, for every product
 // the library's per-product lists and tables name.
+#include <algorithm>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -89,25 +90,39 @@ std::vector<Row> rows(const std::string& run) {
 
 }  // namespace
 
-int commandProducts(const Options& o, const std::string& device) {
+int commandProducts(const Options& o, const std::string& device,
+                    const std::vector<std::string>& names) {
+    std::vector<std::string> products(std::begin(kProducts), std::end(kProducts));
+    for (const std::string& name : names) {
+        if (std::find(products.begin(), products.end(), name) == products.end()) {
+            throw UsageError("no product '" + name +
+                             "' in the library's lists (tevctl products shows them all; "
+                             "unlisted stands for one in none)");
+        }
+    }
+    if (!names.empty()) products = names;
     const std::string steps = "prop ro.product.name %s\n" + productSteps();
     std::vector<std::string> args = {"--device", device, "run"};
     if (o.json) args.insert(args.begin(), "--json");
     std::vector<std::pair<std::string, std::vector<Row>>> table;
     Json out = {{"device", device}, {"products", Json::array()}};
-    for (const char* product : kProducts) {
+    for (const std::string& product : products) {
         std::string script = steps;
         script.replace(script.find("%s"), 2, product);
         auto [printed, status] = runSelf(args, script);
         if (status != 0) {
-            printError(std::string("products: the run for ") + product + " ended with status " +
+            printError("products: the run for " + product + " ended with status " +
                        std::to_string(status));
             return status;
         }
         if (o.json) {
             Json calls = Json::array();
             std::istringstream in(printed);
-            for (std::string line; std::getline(in, line);) calls.push_back(Json::parse(line));
+            for (std::string line; std::getline(in, line);) {
+                Json call = Json::parse(line);
+                call.erase("line");  // each call as call --json prints it
+                calls.push_back(call);
+            }
             out["products"].push_back({{"product", product}, {"calls", calls}});
         } else {
             table.emplace_back(product, rows(printed));

@@ -35,6 +35,7 @@ class Report : public impl::DebugReport {
 
     int run() {
         mSession.onTermination([this](const CallRecord& r) { terminated(r); });
+        if (!mJson) printf("device: %s\n", printable(mDevice).c_str());
         mSession.takeGathered();  // the report starts afresh
         impl::DebugReport::run(mSession.root());
         flushOutput();

@@ -65,6 +65,7 @@ int commandRun(Session& session, Options& o, const std::string& file) {
             } catch (const UsageError& e) {
                 fail(e.message);
             }
+            o.line = number;  // a call that ends the process is printed with it too
             CallRecord r = session.call(*request.area, *request.op, request.args);
             if (!r.available) fail(unavailable(*request.area), 1);
             printCall(r, o);

@@ -14,8 +14,13 @@ namespace tevhost::profile {
 std::string bundledDir();
 // The profile used when none is named: the bundled qab.
 std::string defaultDir();
-// |arg| as a profile folder: an existing folder, or the name of a bundled profile.
-std::string resolve(const std::string& arg);
+// The names of the bundled profiles, comma-separated.
+std::string bundledNames();
+// |arg| as a profile folder: an existing folder, or the name of a bundled profile. When a local
+// folder of that name hides a bundled profile, |notice| (if given) says so.
+std::string resolve(const std::string& arg, std::string* notice = nullptr);
+// Whether |dir| is one of the bundled profiles (the tests compare against them).
+bool isBundled(const std::string& dir);
 
 // A driver of the node at |path|: after |word| is written to it in one open-to-close session, it
 // reads |reply|.
@@ -47,11 +52,15 @@ class Profile {
 
     // Loads the profile at |dir|: its properties into the property store, its nodes as the device
     // root (a scratch copy, or |dir|/fs itself when |inPlace|), its drivers into the sandbox, and
-    // the calibration library's and the sibling service's answers. A node tree holding anything
-    // but folders, files and links that stay inside it is refused. An in-place run holds the
+    // the calibration library's and the sibling service's answers. A profile is untrusted input:
+    // its own entries (fs/, properties, drivers, sensorcal, hall) must be files and folders, not
+    // links; fs/ may hold only folders, files of at most 1 MiB and relative links that stay
+    // inside it, nested at most cleanup::kMaxDepth deep, and with |inPlace| no file with another
+    // name (a hard link). Everything is checked and copied from descriptors opened once, never
+    // through a link, so a name swapped during the load changes nothing. An in-place run holds the
     // profile for itself until close(); a copy is made while no in-place run holds it (the wait
     // is announced through |onWait|, if set). The scratch copy is removed on every exit the
-    // process can catch (tevhost/Cleanup.h).
+    // process can catch, and by a later load after one it cannot (tevhost/Cleanup.h).
     bool open(const std::string& dir, bool inPlace, std::string* error);
     // Removes the scratch copy (if any) and lets go of the profile; safe to call twice.
     void close();
@@ -67,6 +76,7 @@ class Profile {
 
     std::string mDir;
     std::string mScratch;
+    int mNodes = -1;  // in place: the nodes' folder, the device root
     int mLock = -1;
     std::function<void(const std::string&)> mOnWait;
 };

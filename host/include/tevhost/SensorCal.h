@@ -4,6 +4,7 @@
 // only forwards here, so any host binary can script it.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,7 +27,7 @@ struct Answers {
     bool isUltrasoundSensor = false;
 };
 
-// Default answers, counters at zero, no calls recorded.
+// Default answers, counters at zero, no calls recorded, no construction hook.
 void reset();
 Answers answers();
 void setAnswers(const Answers& answers);
@@ -36,6 +37,10 @@ int constructions();
 int destructions();
 const void* lastConstructed();
 const void* lastDestroyed();
+
+// Called on the constructing thread each time an object is made, once it is counted: a test holds
+// a construction there while other threads run.
+void setConstructionHook(std::function<void()> hook);
 
 // Every method called since the last reset, in order, written "sensor_calibrate(5, 1)".
 std::vector<std::string> calls();
