@@ -35,7 +35,7 @@ Param param(const char* name) {
 template <typename... P>
 Type callbackType() {
     Type type = Type::kVoid;
-    auto note = [&type](auto tag) {
+    [[maybe_unused]] auto note = [&type](auto tag) {
         using T = typename decltype(tag)::type;
         if constexpr (calling::Callback<T>::value) {
             type = calling::typeOf<typename calling::Callback<T>::Value>();
@@ -71,9 +71,9 @@ class Catalogue {
                      [fn](IBase& service, const Args& args, Answer& out) {
                          calling::call(static_cast<I&>(service), fn, args.values(), &out);
                      }};
-        const char* const* names = argumentNames.begin();
-        size_t i = 0;
-        auto add = [&](auto tag) {
+        [[maybe_unused]] const char* const* names = argumentNames.begin();
+        [[maybe_unused]] size_t i = 0;
+        [[maybe_unused]] auto add = [&](auto tag) {
             using T = typename decltype(tag)::type;
             if constexpr (!calling::Callback<T>::value) op.params.push_back(param<T>(names[i++]));
         };
