@@ -177,18 +177,18 @@ void check(bool ok, const std::string& what) {
     abort();
 }
 
-void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Outcome& outcome) {
+void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Answer& outcome) {
     check(outcome.transportError.empty(), call.name() + ": transport error");
     check(outcome.callbacks.size() <= 1, call.name() + ": callback called more than once");
     check(call.op->name != "extFun" || outcome.callbacks.empty(),
           call.name() + ": extFun called its callback");
 }
 
-tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
-                                  const tevhost::stress::Call& call) {
+tevcatalog::Answer callWithClock(::android::hidl::base::V1_0::IBase& service,
+                                 const tevhost::stress::Call& call) {
     const bool sleeps = call.area->name == "display" && call.op->name == "doSelfTestAndGetResult";
     tevhost::sandbox::setVirtualClock(sleeps);
-    tevcatalog::Outcome outcome = tevhost::stress::callOn(service, call);
+    tevcatalog::Answer outcome = tevhost::stress::callInService(service, call);
     tevhost::sandbox::setVirtualClock(false);
     return outcome;
 }
@@ -201,7 +201,8 @@ namespace tevfuzz {
 rootWithEveryArea() {
     auto root = ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService::getService();
     check(root != nullptr, "no root service");
-    for (const tevcatalog::Area* area : tevcatalog::allAreas()) area->get(*root);
+    for (const tevcatalog::Area* area : tevcatalog::allAreas())
+        tevhost::stress::areaOf(*root, *area);
     return root;
 }
 

@@ -71,13 +71,13 @@ void check(bool ok, const std::string& what);
 
 // Checks that hold for every call of every operation: the transport status is OK, the callback is
 // called at most once, never by extFun.
-void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Outcome& outcome);
+void checkOutcome(const tevhost::stress::Call& call, const tevcatalog::Answer& outcome);
 
 // Makes |call| with the sleeps of the service (the touch-panel self-test waits 12 s) on the
 // virtual clock, and every other call with the real one: the clock is process-wide, and
 // libFuzzer's own threads sleep too (on the virtual clock they would spin).
-tevcatalog::Outcome callWithClock(::android::hidl::base::V1_0::IBase& service,
-                                  const tevhost::stress::Call& call);
+tevcatalog::Answer callWithClock(::android::hidl::base::V1_0::IBase& service,
+                                 const tevhost::stress::Call& call);
 
 using ::tevhost::stress::forgetHostRecords;
 

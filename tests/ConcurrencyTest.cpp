@@ -34,7 +34,7 @@ TEST(ConcurrencyTest, ThreadsReadingAtOnceGetTheAnswersOfOneThread) {
 
     // Every area is created here, before any thread runs: the root creates them unguarded.
     for (const tevcatalog::Area* area : tevcatalog::allAreas())
-        ASSERT_NE(area->get(*root), nullptr);
+        ASSERT_NE(stress::areaOf(*root, *area), nullptr);
 
     std::vector<Call> calls;
     for (const Call& c : everyOperation(true)) {
@@ -42,7 +42,7 @@ TEST(ConcurrencyTest, ThreadsReadingAtOnceGetTheAnswersOfOneThread) {
         if (c.area->name != "flashlife") calls.push_back(c);
     }
     std::vector<std::string> expected;
-    for (const Call& c : calls) expected.push_back(answer(*root, c));
+    for (const Call& c : calls) expected.push_back(answerInService(*root, c));
 
     std::mutex lock;
     std::vector<std::string> mismatches;
@@ -53,7 +53,7 @@ TEST(ConcurrencyTest, ThreadsReadingAtOnceGetTheAnswersOfOneThread) {
                 for (size_t i = 0; i < calls.size(); ++i) {
                     // Each thread walks the operations from its own starting point.
                     size_t k = (i + static_cast<size_t>(t) * calls.size() / kThreads) % calls.size();
-                    std::string got = answer(*root, calls[k]);
+                    std::string got = answerInService(*root, calls[k]);
                     if (got != expected[k]) {
                         std::lock_guard<std::mutex> guard(lock);
                         mismatches.push_back(calls[k].name() + ": " + got + " instead of " +

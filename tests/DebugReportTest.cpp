@@ -3,6 +3,7 @@
 // in text and JSON, is pinned by ctest debug_report and debug_report_json.
 #include <cutils/native_handle.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <tevhost/FakeSensorService.h>
 #include <tevhost/Profile.h>
 #include <tevhost/SensorCal.h>
@@ -77,6 +78,39 @@ TEST_F(DebugReportTest, NothingToWriteToEndsTheCallWithOneErrorLine) {
     native_handle_delete(noDescriptor);
     native_handle_delete(refusing);
     close(readOnly);
+}
+
+// A reader that closes after the heading and the first row: the call whose row is refused is the
+// last one asked, and the refusal is logged once.
+TEST_F(DebugReportTest, AReaderThatClosesMidReportEndsIt) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const sighandler_t previous = signal(SIGPIPE, SIG_IGN);
+    int rows = 0;
+    sandbox::watchWrites(ends[1], [&](const std::string&) {
+        if (++rows == 2) close(ends[0]);
+    });
+    native_handle_t* handle = native_handle_create(1, 0);
+    handle->data[0] = ends[1];
+    log::clear();
+    EXPECT_TRUE(root()->debug(hidl_handle(handle), {}).isOk());
+    sandbox::watchWrites(-1, nullptr);
+    signal(SIGPIPE, previous);
+    native_handle_delete(handle);
+    close(ends[1]);
+
+    std::vector<std::string> read;  // the properties the asked operations read
+    for (const log::Line& line : logLines()) {
+        const std::string head = "Getprop key = ";
+        if (line.text.rfind(head, 0) == 0) {
+            read.push_back(
+                    line.text.substr(head.size(), line.text.find(' ', head.size()) - head.size()));
+        }
+    }
+    EXPECT_THAT(read, ElementsAre("ro.orvu.singlesim", "ro.ril.oem.sno"));  // isSingleSim, getFSN
+    EXPECT_THAT(logged(kTag), ElementsAre("debug: the report cannot be written: Broken pipe"));
+    EXPECT_THAT(logLines().back(), LogLine(ANDROID_LOG_ERROR, kTag,
+                                           "debug: the report cannot be written: Broken pipe"));
 }
 
 TEST_F(DebugReportTest, AreasTheRootDoesNotHandOutAreReportedSo) {

@@ -7,7 +7,7 @@ namespace tevcatalog {
 
 std::string Call::name() const {
     std::string text = area->name + "." + op->name;
-    for (const Value& v : args.values()) text += " " + textValue(v);
+    for (const Value& v : args.values()) text += " " + textOf(v);
     return text;
 }
 
@@ -39,18 +39,15 @@ Call plainCall(const Area& area, const Operation& op) {
     return parsedCall(area, op, texts);
 }
 
-Outcome callOn(IBase& service, const Call& call) {
-    Outcome out;
+Answer callOn(IBase& service, const Call& call) {
+    Answer out;
     call.op->call(service, call.args, out);
     return out;
 }
 
-std::string answerText(const Call& call, const Outcome& out) {
-    std::string text;
-    if (out.result) text = textValue(*out.result);
-    for (const Value& v : out.callbacks) text += " cb " + textValue(v);
-    if (call.op->callback != Type::kVoid && out.callbacks.empty()) text += " (no callback)";
-    if (!out.transportError.empty()) text += " (transport error " + out.transportError + ")";
+std::string answerText(const Call& call, const Answer& out) {
+    std::string text = oneLine(answerTexts(out, call.op->callback != Type::kVoid));
+    if (!out.transportError.empty()) text += " (transport error: " + out.transportError + ")";
     return text;
 }
 

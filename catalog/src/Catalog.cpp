@@ -1,6 +1,102 @@
 #include <tevcatalog/Catalog.h>
 
+#include "Operations.h"
+
 namespace tevcatalog {
+
+namespace impl = ::vendor::quoril::hardware::tevvendorservice::implementation;
+
+namespace {
+
+namespace calling = impl::calling;
+
+// A type carried as a value, for the folds over an operation's parameters.
+template <typename T>
+struct Tag {
+    using type = T;
+};
+
+template <typename T>
+const EnumInfo* enumInfoOf() {
+    if constexpr (std::is_enum_v<T>) {
+        return impl::enumInfo<T>();
+    } else {
+        return nullptr;
+    }
+}
+
+// The parameter of C++ type |P| named |name|.
+template <typename P>
+Param param(const char* name) {
+    using T = std::decay_t<P>;
+    return {name, calling::typeOf<T>(), enumInfoOf<T>()};
+}
+
+template <typename... P>
+Type callbackType() {
+    Type type = Type::kVoid;
+    [[maybe_unused]] auto note = [&type](auto tag) {
+        using T = typename decltype(tag)::type;
+        if constexpr (calling::Callback<T>::value) {
+            type = calling::typeOf<typename calling::Callback<T>::Value>();
+        }
+    };
+    (note(Tag<std::decay_t<P>>()), ...);
+    return type;
+}
+
+// The catalogue as the service's list hands it over.
+class Catalogue {
+  public:
+    template <typename I>
+    void area(const char* name, const char* interface, Return<sp<I>> (ITevVendorService::*get)()) {
+        AreaGetter getter = [](ITevVendorService& root) -> sp<IBase> { return &root; };
+        if (get != nullptr) {
+            getter = [get](ITevVendorService& root) -> sp<IBase> {
+                sp<I> area = (root.*get)();
+                return area;
+            };
+        }
+        mAreas.push_back({name, interface, getter, {}});
+    }
+
+    template <typename I, typename R, typename... P>
+    void operation(const char* name, Return<R> (I::*fn)(P...), impl::Effect effect,
+                   std::initializer_list<const char*> argumentNames = {}) {
+        Operation op{name,
+                     {},
+                     calling::typeOf<R>(),
+                     callbackType<P...>(),
+                     effect == impl::Effect::kReads,
+                     [fn](IBase& service, const Args& args, Answer& out) {
+                         calling::call(static_cast<I&>(service), fn, args.values(), &out);
+                     }};
+        [[maybe_unused]] const char* const* names = argumentNames.begin();
+        [[maybe_unused]] size_t i = 0;
+        [[maybe_unused]] auto add = [&](auto tag) {
+            using T = typename decltype(tag)::type;
+            if constexpr (!calling::Callback<T>::value) op.params.push_back(param<T>(names[i++]));
+        };
+        (add(Tag<std::decay_t<P>>()), ...);
+        mAreas.back().ops.push_back(std::move(op));
+    }
+
+    const std::vector<Area>& areas() const { return mAreas; }
+
+  private:
+    std::vector<Area> mAreas;
+};
+
+const std::vector<Area>& areas() {
+    static const std::vector<Area> kAreas = [] {
+        Catalogue catalogue;
+        impl::listOperations(catalogue);
+        return catalogue.areas();
+    }();
+    return kAreas;
+}
+
+}  // namespace
 
 std::string typeName(Type type, const EnumInfo* info) {
     switch (type) {
@@ -24,64 +120,6 @@ std::string typeName(Type type, const EnumInfo* info) {
     return "?";
 }
 
-hidl_vec<hidl_string> Args::strs(size_t i) const {
-    const std::vector<std::string>& texts = mValues.at(i).texts;
-    hidl_vec<hidl_string> list(texts.size());
-    for (size_t k = 0; k < texts.size(); ++k) list[k] = texts[k];
-    return list;
-}
-
-bool Outcome::check(const ::android::hardware::details::return_status& r) {
-    if (r.isOk()) return true;
-    transportError = r.description();
-    return false;
-}
-
-void Outcome::ret(Return<bool> r) {
-    if (!check(r)) return;
-    Value v{Type::kBool};
-    v.number = static_cast<bool>(r) ? 1 : 0;
-    result = v;
-}
-
-void Outcome::ret(Return<int32_t> r) {
-    if (!check(r)) return;
-    Value v{Type::kInt32};
-    v.number = static_cast<int32_t>(r);
-    result = v;
-}
-
-void Outcome::ret(Return<double> r) {
-    if (!check(r)) return;
-    Value v{Type::kDouble};
-    v.real = static_cast<double>(r);
-    result = v;
-}
-
-std::function<void(const hidl_string&)> Outcome::text() {
-    return [this](const hidl_string& s) {
-        Value v{Type::kString};
-        v.text.assign(s.c_str(), s.size());
-        callbacks.push_back(std::move(v));
-    };
-}
-
-std::function<void(const hidl_vec<int32_t>&)> Outcome::ints() {
-    return [this](const hidl_vec<int32_t>& list) {
-        Value v{Type::kIntList};
-        v.ints.assign(list.begin(), list.end());
-        callbacks.push_back(std::move(v));
-    };
-}
-
-std::function<void(const hidl_vec<hidl_string>&)> Outcome::texts() {
-    return [this](const hidl_vec<hidl_string>& list) {
-        Value v{Type::kStringList};
-        for (const hidl_string& s : list) v.texts.emplace_back(s.c_str(), s.size());
-        callbacks.push_back(std::move(v));
-    };
-}
-
 const Operation* Area::find(const std::string& op) const {
     for (const Operation& o : ops) {
         if (o.name == op) return &o;
@@ -90,12 +128,12 @@ const Operation* Area::find(const std::string& op) const {
 }
 
 const std::vector<const Area*>& allAreas() {
-    static const std::vector<const Area*> areas = {
-            &rootArea(),    &versionArea(), &ledsArea(),  &flashLifeArea(), &cameraArea(),
-            &chargerArea(), &nfcArea(),     &usbArea(),   &batteryArea(),   &sensorArea(),
-            &displayArea(), &fpArea(),      &audioArea(),
-    };
-    return areas;
+    static const std::vector<const Area*> kAll = [] {
+        std::vector<const Area*> all;
+        for (const Area& area : areas()) all.push_back(&area);
+        return all;
+    }();
+    return kAll;
 }
 
 const Area* findArea(const std::string& name) {
@@ -103,6 +141,10 @@ const Area* findArea(const std::string& name) {
         if (area->name == name) return area;
     }
     return nullptr;
+}
+
+const Area& rootArea() {
+    return *allAreas().front();
 }
 
 }  // namespace tevcatalog

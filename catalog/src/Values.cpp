@@ -1,14 +1,8 @@
 #include <tevcatalog/Values.h>
-#include <tevhost/Text.h>
 
 #include "TextEscape.h"
 
-#include <cerrno>
 #include <charconv>
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <limits>
 
 namespace tevcatalog {
 
@@ -34,6 +28,15 @@ std::vector<std::string> splitCommas(const std::string& text) {
 
 }  // namespace
 
+bool parseInt32(const std::string& text, int32_t* value) {
+    const char* end = text.data() + text.size();
+    int32_t n = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, n);
+    if (error != std::errc() || stop != end) return false;
+    *value = n;
+    return true;
+}
+
 bool parseArgs(const Area& area, const Operation& op, const std::vector<std::string>& texts,
                Args* args, std::string* error) {
     if (texts.size() != op.params.size()) {
@@ -51,7 +54,7 @@ bool parseArgs(const Area& area, const Operation& op, const std::vector<std::str
         switch (p.type) {
             case Type::kInt32: {
                 int32_t n = 0;
-                if (!tevhost::text::parseInt32(t, &n)) expected = "a 32-bit decimal integer";
+                if (!parseInt32(t, &n)) expected = "a 32-bit decimal integer";
                 v.number = n;
                 break;
             }
@@ -80,7 +83,7 @@ bool parseArgs(const Area& area, const Operation& op, const std::vector<std::str
                     }
                 }
                 int32_t n = 0;
-                if (!found && tevhost::text::parseInt32(t, &n)) {
+                if (!found && parseInt32(t, &n)) {
                     v.number = n;
                     found = true;
                 }
@@ -136,47 +139,6 @@ std::string printable(const std::string& s) {
         }
     }
     return out;
-}
-
-std::string number(double d) {
-    char buffer[64];
-    auto result = std::to_chars(buffer, buffer + sizeof(buffer), d);
-    return std::string(buffer, result.ptr);
-}
-
-std::string textValue(const Value& v) {
-    switch (v.type) {
-        case Type::kBool:
-            return v.number ? "true" : "false";
-        case Type::kInt32:
-            return std::to_string(v.number);
-        case Type::kEnum:
-            for (const auto& member : v.info->members) {
-                if (member.second == v.number) return member.first;
-            }
-            return std::to_string(v.number);
-        case Type::kDouble:
-            return number(v.real);
-        case Type::kString:
-            return "\"" + escape(v.text, true, false) + "\"";
-        case Type::kIntList: {
-            std::string s = "[";
-            for (size_t i = 0; i < v.ints.size(); ++i) {
-                s += (i ? ", " : "") + std::to_string(v.ints[i]);
-            }
-            return s + "]";
-        }
-        case Type::kStringList: {
-            std::string s = "[";
-            for (size_t i = 0; i < v.texts.size(); ++i) {
-                s += (i ? ", \"" : "\"") + escape(v.texts[i], true, false) + "\"";
-            }
-            return s + "]";
-        }
-        case Type::kVoid:
-            break;
-    }
-    return "";
 }
 
 std::string resultNotation(const Operation& op) {

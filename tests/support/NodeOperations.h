@@ -1,6 +1,6 @@
 // What the stress checks (descriptor and memory audit, fuzzers, benchmarks) need to know about the
 // service from outside: which operation opens which kernel nodes and how, how to put a node into
-// each state a handset can present, and on which inputs the service ends its own process.
+// each state a handset can present, and whether a call ends the service's process.
 #pragma once
 
 #include <tevhost/Profile.h>
@@ -73,13 +73,13 @@ class NodeTree {
     std::set<std::string> mMarked;  // denied, full or stuck
 };
 
-// Why calling |area|.|op| now, with the properties and nodes as they are, would end the service
-// process; empty when it would not. Only these end it: the camera module description on the old
-// properties with no hardware version, or on hardware version 9 with a back camera entry shorter
-// than its prefix (or no ';' at all); and a backlight node whose text holds no number, or one out
-// of the int range. |denied| tells which nodes refuse their open.
-std::string terminationOf(const std::string& area, const std::string& op,
-                          const std::function<bool(const std::string&)>& denied);
+// Whether |call| ends the process as the service ends it on the inputs it cannot answer (it
+// aborts, or leaves an exception uncaught), learnt by making the call in a child process of this
+// one: a fork, which sees the nodes, properties and areas as they are now. Any other ending (a
+// crash, a sanitizer's report) is false, so that the caller makes the call itself and the fault
+// shows there. Of what the call does in the child only its node writes (to the device tree both
+// processes share) are seen here.
+bool endsTheProcess(const std::function<void()>& call);
 
 using profile::declare;
 using profile::Driver;

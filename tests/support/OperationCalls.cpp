@@ -1,11 +1,31 @@
 #include "OperationCalls.h"
 
 #include <tevcatalog/Catalog.h>
+#include <tevhost/Sandbox.h>
 
 #include <stdexcept>
 
 namespace tevhost {
 namespace stress {
+
+::android::sp<::android::hidl::base::V1_0::IBase> areaOf(
+        ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService& root,
+        const ::tevcatalog::Area& area) {
+    sandbox::ServiceScope scope;
+    return area.get(root);
+}
+
+::tevcatalog::Answer callInService(::android::hidl::base::V1_0::IBase& service, const Call& call) {
+    sandbox::ServiceScope scope;
+    return ::tevcatalog::callOn(service, call);
+}
+
+std::string answerInService(
+        ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService& root,
+        const Call& call) {
+    sandbox::ServiceScope scope;
+    return ::tevcatalog::answer(root, call);
+}
 
 Call tableCall(const NodeOperation& entry) {
     const tevcatalog::Area* area = tevcatalog::findArea(entry.area);

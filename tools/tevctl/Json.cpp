@@ -54,7 +54,7 @@ void writeValue(const Json& value, std::string* out) {
         }
         case Json::value_t::number_float: {
             double d = value.get<double>();
-            *out += std::isfinite(d) ? tevcatalog::number(d) : "null";
+            *out += std::isfinite(d) ? tevcatalog::decimal(d) : "null";
             break;
         }
         default:

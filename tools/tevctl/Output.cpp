@@ -38,12 +38,8 @@ void printError(const std::string& message) {
 }
 
 std::vector<std::string> answerLines(const CallRecord& r) {
-    std::vector<std::string> lines;
-    if (r.outcome.result) lines.push_back(textValue(*r.outcome.result));
-    for (const Value& v : r.outcome.callbacks) lines.push_back(textValue(v));
-    if (r.op->callback != Type::kVoid && r.outcome.callbacks.empty() && r.terminated.empty()) {
-        lines.push_back("(no callback)");
-    }
+    std::vector<std::string> lines =
+            answerTexts(r.outcome, r.op->callback != Type::kVoid && r.terminated.empty());
     if (r.op->result == Type::kVoid && r.op->callback == Type::kVoid && r.terminated.empty()) {
         lines.push_back("(void)");
     }
@@ -59,7 +55,7 @@ std::vector<std::string> effectLines(const CallRecord& r, bool withLog) {
     for (const auto& w : r.writes) {
         lines.push_back("write " + printable(w.path) + " \"" + escape(w.data, false, false) + "\"");
     }
-    for (double s : r.sleeps) lines.push_back("sleep " + number(s) + " s");
+    for (double s : r.sleeps) lines.push_back("sleep " + decimal(s) + " s");
     if (withLog) {
         for (const auto& l : r.log) {
             lines.push_back(std::string("log ") + tevhost::log::priorityLetter(l.priority) + "/" +
@@ -129,7 +125,7 @@ void printCall(const CallRecord& record, const Options& o) {
     } else {
         if (o.steps) {
             std::string head = "> " + record.area->name + " " + record.op->name;
-            for (const Value& v : record.args.values()) head += " " + textValue(v);
+            for (const Value& v : record.args.values()) head += " " + textOf(v);
             printf("%s\n", head.c_str());
         }
         printLines(answerLines(record));

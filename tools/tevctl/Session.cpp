@@ -29,6 +29,11 @@ struct InFlight {
 
 InFlight gFlight;
 
+// "AREA OP" of a call; the debug call is the root's "debug".
+std::string callName(const CallRecord& record) {
+    return record.area->name + " " + (record.op ? record.op->name : "debug");
+}
+
 // What the call did: the journal and the log are emptied before each call and drained after it,
 // so a run costs the same per call however long it is, and keeps no call's records past it.
 void collect(CallRecord& record) {
@@ -61,8 +66,8 @@ void reportTermination(const std::string& why) {
     record->terminated = why;
     if (gFlight.print) gFlight.print(*record);
     fflush(stdout);
-    fprintf(stderr, "tevctl: the process ended during %s %s: %s\n", record->area->name.c_str(),
-            record->op->name.c_str(), why.c_str());
+    fprintf(stderr, "tevctl: the process ended during %s: %s\n", callName(*record).c_str(),
+            why.c_str());
     if (gFlight.cleanUp) gFlight.cleanUp();
 }
 
@@ -85,8 +90,8 @@ Session::Session(bool realTime) {
         if (gFlight.record == nullptr) return;
         gFlight.record->sleeps.push_back(seconds);
         if (real) {
-            fprintf(stderr, "tevctl: %s %s: sleeping %g s\n", gFlight.record->area->name.c_str(),
-                    gFlight.record->op->name.c_str(), seconds);
+            fprintf(stderr, "tevctl: %s: sleeping %g s\n", callName(*gFlight.record).c_str(),
+                    seconds);
         }
     });
     std::set_terminate(onTerminate);
@@ -121,13 +126,16 @@ CallRecord Session::call(const Area& area, const Operation& op, const Args& args
     sandbox::clearWrites();
     log::clear();
     gFlight.record = &record;
-    // The area object is asked for inside the call, so that what its constructor logs on the
-    // first request belongs to the call that caused it.
-    sp<IBase> service = area.get(*mRoot);
-    if (service == nullptr) {
-        record.available = false;
-    } else {
-        op.call(*service, args, record.outcome);
+    {
+        sandbox::ServiceScope scope;
+        // The area object is asked for inside the call, so that what its constructor logs on the
+        // first request belongs to the call that caused it.
+        sp<IBase> service = area.get(*mRoot);
+        if (service == nullptr) {
+            record.available = false;
+        } else {
+            op.call(*service, args, record.outcome);
+        }
     }
     gFlight.record = nullptr;
     collect(record);
@@ -135,23 +143,15 @@ CallRecord Session::call(const Area& area, const Operation& op, const Args& args
 }
 
 bool Session::debug(const std::vector<std::string>& options,
-                    const std::function<void(const std::string&, const CallRecord&)>& written) {
-    CallRecord since;
-    auto restart = [this, &since] {
-        since = CallRecord();
-        since.area = mExpectedArea;
-        since.op = mExpectedOp;
-        sandbox::clearWrites();
-        log::clear();
-    };
-    restart();
-    gFlight.record = &since;
+                    const std::function<void(const std::string&)>& written) {
+    // The call in flight is the debug call itself: what it does is not told row by row.
+    CallRecord record;
+    record.area = &rootArea();
+    gFlight.record = &record;
     const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
     sandbox::watchWrites(fd, [&](const std::string& bytes) {
-        sandbox::HostScope tool;  // what tevctl does with a row is not the service's
-        collect(since);
-        written(bytes, since);
-        restart();
+        sandbox::HostScope tool;  // what tevctl does with the bytes is not the service's
+        written(bytes);
     });
     native_handle_t* nativeHandle = native_handle_create(1, 0);
     nativeHandle->data[0] = fd;
@@ -167,13 +167,24 @@ bool Session::debug(const std::vector<std::string>& options,
     return ok;
 }
 
-void Session::expect(const Area& area, const Operation& op) {
-    mExpectedArea = &area;
-    mExpectedOp = &op;
-    if (gFlight.record != nullptr) {
-        gFlight.record->area = &area;
-        gFlight.record->op = &op;
+void Session::inService(const Area& area, const Operation* op, const std::function<void()>& work) {
+    if (op != nullptr) {
+        mGathered.area = &area;
+        mGathered.op = op;
     }
+    gFlight.record = &mGathered;
+    {
+        sandbox::ServiceScope scope;
+        work();
+    }
+    gFlight.record = nullptr;
+}
+
+CallRecord Session::takeGathered() {
+    collect(mGathered);
+    CallRecord gathered = mGathered;
+    mGathered.sleeps.clear();
+    return gathered;
 }
 
 void Session::onTermination(std::function<void(const CallRecord&)> print) {

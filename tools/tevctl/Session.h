@@ -21,7 +21,7 @@ struct CallRecord {
     const Operation* op = nullptr;
     Args args;
     bool available = true;  // false when the root handed out no object for the area
-    Outcome outcome;
+    Answer outcome;
     std::vector<tevhost::sandbox::Write> writes;
     std::vector<double> sleeps;
     std::vector<tevhost::log::Line> log;
@@ -43,13 +43,19 @@ class Session {
     CallRecord call(const Area& area, const Operation& op, const Args& args);
 
     // The root's debug call, as lshal debug makes it, with |options|. Each write of the report
-    // reaches |written| as the service makes it, with what happened since the previous write (log
-    // lines, node writes, sleeps): what the call whose row it is did. False if the call failed.
+    // reaches |written| as the service makes it. False if the call failed.
     bool debug(const std::vector<std::string>& options,
-               const std::function<void(const std::string& bytes, const CallRecord& since)>& written);
-    // Names the call the debug report makes next: a process end or a real sleep during it is
-    // told as that call's.
-    void expect(const Area& area, const Operation& op);
+               const std::function<void(const std::string& bytes)>& written);
+
+    // For calls that tevctl makes through the service's own code (the report's rows): the root,
+    // and |work| made as the call of |op| of |area| (null: the request of the area for its first
+    // row), in the service's scope, so that a process end or a real sleep during it is told as
+    // that call's. What the service does is gathered until takeGathered().
+    ITevVendorService& root() { return *mRoot; }
+    void inService(const Area& area, const Operation* op, const std::function<void()>& work);
+    // What the service did since the previous take (node writes, sleeps, log lines), as the
+    // record of the call made last.
+    CallRecord takeGathered();
 
     // Called with what the call in flight had done when the process ends during it; the
     // callee prints it. The process then exits with status 134.
@@ -59,8 +65,7 @@ class Session {
 
   private:
     sp<ITevVendorService> mRoot;
-    const Area* mExpectedArea = nullptr;
-    const Operation* mExpectedOp = nullptr;
+    CallRecord mGathered;
 };
 
 }  // namespace tevctl

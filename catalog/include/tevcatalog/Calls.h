@@ -24,11 +24,11 @@ Call parsedCall(const Area& area, const Operation& op, const std::vector<std::st
 Call plainCall(const Area& area, const Operation& op);
 
 // Makes the call on |service| (an object of the call's area) and returns what came back.
-Outcome callOn(IBase& service, const Call& call);
+Answer callOn(IBase& service, const Call& call);
 
-// What an outcome holds, as text: the return value and each value the callback received, or
-// "(no callback)".
-std::string answerText(const Call& call, const Outcome& outcome);
+// What an answer holds, as text: the return value and each value the callback received, or
+// "(no callback)", then the transport error if there was one.
+std::string answerText(const Call& call, const Answer& answer);
 
 // Makes the call on the area |root| hands out and returns what it answered, as text.
 std::string answer(ITevVendorService& root, const Call& call);

@@ -1,5 +1,5 @@
 // Values as text: the arguments of a call parsed from words, and answers printed for people
-// (C-like escapes); tevctl writes them as JSON.
+// (C-like escapes) as the service's debug report prints them; tevctl writes them as JSON.
 #pragma once
 
 #include <string>
@@ -9,7 +9,16 @@
 
 namespace tevcatalog {
 
-// The arguments of |op| from their texts: integers as tevhost::text::parseInt32 reads them,
+using ::vendor::quoril::hardware::tevvendorservice::implementation::answerTexts;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::decimal;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::oneLine;
+using ::vendor::quoril::hardware::tevvendorservice::implementation::textOf;
+
+// An integer is an optional '-' and decimal digits, nothing else (no '+', no blanks), within the
+// range of int32_t.
+bool parseInt32(const std::string& text, int32_t* value);
+
+// The arguments of |op| from their texts: integers as parseInt32 reads them,
 // booleans true/false/1/0, strings as given, string lists comma-separated, enums by member name or
 // number. False with an |error| naming the argument.
 bool parseArgs(const Area& area, const Operation& op, const std::vector<std::string>& texts,
@@ -29,12 +38,5 @@ std::string escape(const std::string& s, bool keepUtf8, bool json);
 // (\n, \t, \r, \xHH), everything else kept, so that it stays on its line and cannot drive the
 // terminal.
 std::string printable(const std::string& s);
-
-// The shortest decimal text that reads back as |d|.
-std::string number(double d);
-
-// A value as text: strings quoted with C escapes (UTF-8 kept), lists in brackets, enum members by
-// name.
-std::string textValue(const Value& value);
 
 }  // namespace tevcatalog
