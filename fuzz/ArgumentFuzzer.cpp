@@ -105,12 +105,10 @@ void writeSeeds(const std::string& dir) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
+    tevfuzz::start(argc, argv, writeSeeds);
     gHarness = new Harness;
     Harness& h = *gHarness;
-    h.profile = tevhost::profile::resolve(kUfsProduct.name);
-    std::string error;
-    tevfuzz::check(h.device.open(h.profile, false, &error), error);
+    h.profile = tevfuzz::openProfile(h.device, kUfsProduct.name);
     h.properties = props::all();
     h.drivers = profileDrivers(h.profile);
     h.root = tevfuzz::rootWithEveryArea();

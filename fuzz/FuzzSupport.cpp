@@ -1,5 +1,6 @@
 #include "FuzzSupport.h"
 
+#include <tevhost/Cleanup.h>
 #include <tevhost/Log.h>
 #include <tevhost/Properties.h>
 #include <tevhost/Sandbox.h>
@@ -113,6 +114,13 @@ void writeArgs(const tevcatalog::Args& args, Seed& seed) {
     }
 }
 
+std::string openProfile(tevhost::profile::Profile& device, const std::string& name) {
+    std::string dir = tevhost::profile::resolve(name);
+    std::string error;
+    check(device.open(dir, false, &error), error);
+    return dir;
+}
+
 std::string scratchFolder(const char* name) {
     const char* tmp = getenv("TMPDIR");
     std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/" + name + ".XXXXXX";
@@ -130,8 +138,8 @@ std::string scratchFolder(const char* name) {
     return pattern;
 }
 
-void handleSeedRequest(int* argc, char*** argv,
-                       const std::function<void(const std::string&)>& write) {
+void start(int* argc, char*** argv, const std::function<void(const std::string&)>& write) {
+    tevhost::cleanup::keepSignals();
     if (*argc < 3 || strcmp((*argv)[1], "--write-seeds") != 0) return;
     std::string dir = (*argv)[2];
     std::error_code ec;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <tevhost/Profile.h>
 #include <vendor/quoril/hardware/tevvendorservice/1.0/ITevVendorService.h>
 
 #include "OperationCalls.h"
@@ -50,13 +51,17 @@ tevcatalog::Args readArgs(const tevcatalog::Operation& op, Input& in);
 // The seed fields that readArgs reads back as |args|.
 void writeArgs(const tevcatalog::Args& args, Seed& seed);
 
+// Opens the bundled profile |name| as the device, on a scratch copy.
+std::string openProfile(tevhost::profile::Profile& device, const std::string& name);
+
 // A scratch folder of this process (removed when it exits) to serve as the device root.
 std::string scratchFolder(const char* name);
 
-// Handles "--write-seeds DIR" as the first argument: calls |write| with DIR and exits. The
+// What every harness does first. It leaves the ending signals to libFuzzer, which times each
+// input with SIGALRM (a scratch copy is then removed at exit, or by the next process's sweep).
+// And it handles "--write-seeds DIR" as the first argument: calls |write| with DIR and exits; the
 // harness runs its seed writer this way before it fuzzes (fuzz/run.sh).
-void handleSeedRequest(int* argc, char*** argv,
-                       const std::function<void(const std::string&)>& write);
+void start(int* argc, char*** argv, const std::function<void(const std::string&)>& write);
 
 // The bundled profiles (devices/*), their properties, and the bytes of one of their nodes.
 std::vector<std::string> bundledProfiles();

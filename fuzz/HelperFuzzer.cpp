@@ -105,7 +105,7 @@ void writeSeeds(const std::string& dir) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
+    tevfuzz::start(argc, argv, writeSeeds);
     tevhost::props::clear();
     gCamera = new sp<impl::CameraCheckService>(new impl::CameraCheckService());
     tevfuzz::forgetHostRecords();

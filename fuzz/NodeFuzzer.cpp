@@ -69,7 +69,7 @@ void writeSeeds(const std::string& dir) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    tevfuzz::handleSeedRequest(argc, argv, writeSeeds);
+    tevfuzz::start(argc, argv, writeSeeds);
     gHarness = new Harness;
     // Seen on the product's own profile, before the harness takes the device root over.
     gHarness->ops = nodeOperations(kProduct);

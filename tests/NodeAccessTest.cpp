@@ -21,7 +21,7 @@ TEST_F(AreaTest, DescriptorNodesOpenNonBlockingForWhatTheCallDoes) {
     for (const stress::NodeOperation& entry : stress::nodeCalls()) {
         if (entry.access != stress::Access::kDescriptor) continue;
         sandbox::recordReached(true);
-        stress::answer(*service, stress::tableCall(entry));
+        stress::answerInService(*service, stress::tableCall(entry));
         sandbox::recordReached(false);
         const int expected = (entry.readsContent ? O_RDONLY : O_RDWR) | O_NONBLOCK;
         for (const sandbox::Open& o : sandbox::opened()) {

@@ -34,6 +34,7 @@ constexpr int kSignals[] = {SIGINT,  SIGTERM, SIGHUP,  SIGPIPE, SIGQUIT,   SIGUS
 char gName[256];
 std::atomic<int> gParent{-1};
 std::atomic<int> gHold{-1};
+std::atomic<bool> gKeepSignals{false};
 
 std::vector<int> endingSignals() {
     std::vector<int> signals(std::begin(kSignals), std::end(kSignals));
@@ -132,6 +133,7 @@ void installOnce() {
     std::call_once(once, [] {
         atexit([] { removeNow(); });
         // A signal the process ignores or handles itself stays as it is.
+        if (gKeepSignals) return;
         for (int signal : endingSignals()) {
             struct sigaction old = {};
             sigaction(signal, nullptr, &old);
@@ -145,6 +147,10 @@ void installOnce() {
 }
 
 }  // namespace
+
+void keepSignals() {
+    gKeepSignals = true;
+}
 
 void removeAtExit(const std::string& dir) {
     installOnce();

@@ -19,6 +19,11 @@ constexpr int kMaxDepth = 64;
 // (a signal the process ignores stays ignored; SIGABRT and the faults are left to their own
 // handlers and to the sweep below). One folder at a time: a second call removes the first folder.
 void removeAtExit(const std::string& dir);
+// Leaves every signal's handling as the program has it: the folder is then removed at exit, and by
+// the next process's sweep when the process is ended by a signal. For a program that handles the
+// ending signals itself, as a libFuzzer harness does (it times each input with SIGALRM). Call it
+// before the first folder is made.
+void keepSignals();
 // Removes the folder now, if there is one, and forgets it. Safe in a signal handler.
 void removeNow();
 // Removes |dir| and all it holds, as above; false when something could not be removed.
