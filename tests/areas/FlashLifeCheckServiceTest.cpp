@@ -5,8 +5,10 @@
 
 #include "AreaTest.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using F = ::vendor::quoril::hardware::tevvendorservice::V1_0::IFlashLifeCheckService;
 
@@ -43,4 +45,4 @@ TEST_F(FlashLifeTest, TheFirstAreaOfTheProcessChoosesTheStorageForGood) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

@@ -6,8 +6,10 @@
 
 #include "AreaTest.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ILedsCheckService;
 
@@ -38,4 +40,4 @@ TEST_F(AreaTest, LedNodeOnDescriptorZeroCountsAsOpen) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

@@ -1,7 +1,7 @@
 // Several binder threads calling the reading operations at once get the answers one thread gets.
-// Built on its own with ThreadSanitizer too (tests/tsan.supp names the races the service accepts,
-// which this scenario keeps out: the root's unguarded creation of its areas, and the storage
-// area's process-wide answers).
+// Built on its own with ThreadSanitizer too (tests/stress/tsan.supp names the races the service
+// accepts, which this scenario keeps out: the root's unguarded creation of its areas, and the
+// storage area's process-wide answers).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <tevhost/Profile.h>

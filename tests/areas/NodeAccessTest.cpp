@@ -6,8 +6,10 @@
 #include "AreaTest.h"
 #include "OperationCalls.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IChargerCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IFPCheckService;
@@ -51,4 +53,4 @@ TEST_F(AreaTest, AScreenEffectFailsWhenItsSecondWriteFails) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

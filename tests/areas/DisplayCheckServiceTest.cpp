@@ -3,8 +3,10 @@
 // words, and the rest of the area, are in tests/cases/qab/display-*.case.
 #include "AreaTest.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IDisplayCheckService;
 
@@ -46,4 +48,4 @@ TEST_F(DisplayCheckServiceTest, SelfTestWhileTheNodeChangesUnderIt) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

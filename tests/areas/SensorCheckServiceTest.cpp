@@ -12,11 +12,11 @@
 #include "AreaTest.h"
 #include "SensorCheckService.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
 
-using ::vendor::quoril::hardware::tevvendorservice::implementation::g_mSensorCalibration;
-using ::vendor::quoril::hardware::tevvendorservice::implementation::SensorCheckService;
+using namespace ::tevhost;
+
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::HallConnect;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ISensorCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
@@ -331,4 +331,4 @@ TEST_F(SensorProfileFilesDeathTest, HallFileCanBreakTheTransport) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

@@ -4,8 +4,10 @@
 
 #include "AreaTest.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using ::android::wp;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
@@ -50,4 +52,4 @@ TEST_F(RootServiceTest, AreaObjectsAreCreatedOnceAndLiveAsLongAsTheRoot) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

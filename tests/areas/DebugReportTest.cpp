@@ -16,8 +16,10 @@
 #include "HandsetTest.h"
 #include "TevVendorService.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
+
+using namespace ::tevhost;
 
 using ::android::sp;
 using ::android::hardware::hidl_handle;
@@ -30,7 +32,7 @@ using ::testing::Not;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::IAudioCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::INfcCheckService;
 using ::vendor::quoril::hardware::tevvendorservice::V1_0::ITevVendorService;
-using Root = ::vendor::quoril::hardware::tevvendorservice::implementation::TevVendorService;
+using Root = TevVendorService;
 
 constexpr const char* kTag = "TevVendorService-debug";
 
@@ -189,4 +191,4 @@ TEST_F(DebugReportTest, OnlyReads) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

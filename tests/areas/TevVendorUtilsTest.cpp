@@ -10,10 +10,10 @@
 #include "TevVendorUtils.h"
 #include "Vocabulary.h"
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
 
-using namespace ::vendor::quoril::hardware::tevvendorservice::implementation;
+using namespace ::tevhost;
 
 class TevVendorUtilsTest : public AreaTest {
   protected:
@@ -164,4 +164,4 @@ TEST_F(TevVendorUtilsTest, NodeDescriptorIsClosedOnEveryPathAndOnlyOnce) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test

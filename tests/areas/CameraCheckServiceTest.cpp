@@ -4,10 +4,8 @@
 
 #include <gtest/gtest.h>
 
-namespace tevhost {
+namespace vendor::quoril::hardware::tevvendorservice::implementation::test {
 namespace {
-
-using ::vendor::quoril::hardware::tevvendorservice::implementation::CameraCheckService;
 
 TEST(CameraReplaceTest, EveryOccurrenceIsReplacedSearchingFromTheStartAgain) {
     ::android::sp<CameraCheckService> camera = new CameraCheckService();
@@ -17,4 +15,4 @@ TEST(CameraReplaceTest, EveryOccurrenceIsReplacedSearchingFromTheStartAgain) {
 }
 
 }  // namespace
-}  // namespace tevhost
+}  // namespace vendor::quoril::hardware::tevvendorservice::implementation::test
