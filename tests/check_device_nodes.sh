@@ -6,11 +6,15 @@ set -euo pipefail
 src=$1
 list="$src/tools/device-nodes.txt"
 status=0
-listed=$(grep -v '^\s*#' "$list" | grep -v '^\s*$')
-# The list itself: absolute device paths, each once.
-while read -r path; do
-    [[ "$path" =~ ^/(sys|proc|d)/[^[:space:]]+$ ]] || { echo "bad entry in device-nodes.txt: $path" >&2; status=1; }
-done <<<"$listed"
+entries=$(grep -v '^\s*#' "$list" | grep -v '^\s*$')
+# The list itself: absolute device paths, each once, each with no access, rw or w after it.
+while read -r path access rest; do
+    if ! [[ "$path" =~ ^/(sys|proc|d)/[^[:space:]]+$ ]] || ! [[ "$access" =~ ^(rw|w)?$ ]] || [ -n "$rest" ]; then
+        echo "bad entry in device-nodes.txt: $path${access:+ $access}${rest:+ $rest}" >&2
+        status=1
+    fi
+done <<<"$entries"
+listed=$(awk '{ print $1 }' <<<"$entries")
 dups=$(sort <<<"$listed" | uniq -d)
 [ -z "$dups" ] || { echo "listed twice in device-nodes.txt: $dups" >&2; status=1; }
 # Literals of the product sources, adjacent literals joined first ("/sys/a" "/b").
