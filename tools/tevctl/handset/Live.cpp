@@ -1,6 +1,7 @@
 #include "Live.h"
 
 #include <cutils/native_handle.h>
+#include <fcntl.h>
 #include <tevcatalog/Values.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <thread>
 
 namespace tevctl::live {
 
@@ -228,16 +230,31 @@ class Tool {
         return 0;
     }
 
+    // The service writes into a pipe of ours (the policy lets it write to the shell's pipes),
+    // copied to standard output as it comes.
     int debug(const std::vector<std::string>& options) {
+        int fds[2];
+        if (pipe2(fds, O_CLOEXEC) != 0) throw UsageError{"cannot make a pipe for the report", 1};
         fflush(stdout);
-        native_handle_t* nativeHandle = native_handle_create(1, 0);
-        nativeHandle->data[0] = dup(STDOUT_FILENO);
-        hidl_handle handle;
-        handle.setTo(nativeHandle, true /* shouldOwn */);
-        bool ok = false;
-        mScope([&] {
-            ok = mRoot->debug(handle, hidl_vec<hidl_string>(options.begin(), options.end())).isOk();
+        std::thread copier([in = fds[0]] {
+            char buffer[4096];
+            for (ssize_t n; (n = read(in, buffer, sizeof(buffer))) > 0;) {
+                fwrite(buffer, 1, static_cast<size_t>(n), stdout);
+            }
+            close(in);
         });
+        bool ok = false;
+        {
+            native_handle_t* nativeHandle = native_handle_create(1, 0);
+            nativeHandle->data[0] = fds[1];
+            hidl_handle handle;
+            handle.setTo(nativeHandle, true /* shouldOwn: closed after the call */);
+            mScope([&] {
+                ok = mRoot->debug(handle, hidl_vec<hidl_string>(options.begin(), options.end()))
+                             .isOk();
+            });
+        }
+        copier.join();
         return ok ? 0 : 1;
     }
 
