@@ -19,7 +19,9 @@ struct Options {
     bool log = false;
     bool realTime = false;
     bool inPlace = false;
-    int line = 0;  // run: the line of the step being run
+    int line = 0;           // run: the line of the step being run
+    bool adb = false;       // --adb: the command runs on a handset, through adb
+    std::string adbSerial;  // --adb SERIAL: that handset; else the one connected
 };
 
 // A usage error: one line on stderr, exit status 2.
@@ -53,9 +55,10 @@ int commandReport(Session& session, const Options& o, const std::string& device)
 // debug: the root's debug call with |options|, its output as the service writes it (what lshal
 // debug prints on the handset).
 int commandDebug(Session& session, const Options& o, const std::vector<std::string>& options);
-// diff: the reports of the profiles |a| and |b| (each in a process of its own), and only the
-// operations whose answers differ; 0 when none does, 1 when some do, 2 when a side could not be
-// reported (or the child's 134 when the service ended its process), naming the side.
+// diff: the reports of the profiles |a| and |b| (each in a process of its own; with --adb, |b| is
+// the handset, reported by its own tevctl), and only the operations whose answers differ; 0 when
+// none does, 1 when some do, 2 when a side could not be reported (or the child's 134 when the
+// service ended its process), naming the side.
 int commandDiff(const Options& o, const std::string& a, const std::string& b);
 // The exit status of a diff whose output could not be written: 1 says "different".
 constexpr int kDiffOutputFailed = 2;
@@ -76,6 +79,17 @@ int commandRun(Session& session, Options& o, const std::string& file);
 // depends on the product name (each product in a process of its own, on the profile |device|).
 int commandProducts(const Options& o, const std::string& device,
                     const std::vector<std::string>& names);
+
+// --adb: the serial of the handset to use, |serial| or else the one handset adb lists; throws
+// UsageError when adb is missing or no handset, or several, are connected.
+std::string needHandset(const std::string& serial);
+// Runs the handset's tevctl with |args| on the handset |serial| (or the one connected) through adb
+// shell, its output and exit status passed on unchanged.
+int commandAdb(const std::string& serial, const std::vector<std::string>& args);
+// What the handset's tevctl prints on standard output for |args| on the handset |serial|, and
+// its exit status.
+std::pair<std::string, int> adbOutput(const std::string& serial,
+                                      const std::vector<std::string>& args);
 
 // The whole tool on |argv|, as main runs it; its exit status.
 int runTool(int argc, char** argv);

@@ -97,15 +97,27 @@ int sideFailed(int side, const std::string& profile, int status) {
 }  // namespace
 
 int commandDiff(const Options& o, const std::string& a, const std::string& b) {
-    const std::string profiles[] = {a, b};
+    // With --adb, B is the handset, reported by its own tevctl.
+    const std::string serial = o.adb ? needHandset(o.adbSerial) : "";
+    const std::string profiles[] = {a, o.adb ? "adb:" + serial : b};
+    auto report = [&](int side, bool json) {
+        std::vector<std::string> args = {"report"};
+        if (json) args.insert(args.begin(), "--json");
+        if (side == 1 && o.adb) return adbOutput(serial, args);
+        args.insert(args.begin(), {"--device", profiles[side]});
+        return runSelf(args);
+    };
+    auto named = [&](int side) {
+        return side == 1 && o.adb ? profiles[side] : tevhost::profile::resolve(profiles[side]);
+    };
     std::vector<Row> texts[2];
     std::map<std::string, Json> data[2];
     for (int side = 0; side < 2; ++side) {
-        auto [text, status] = runSelf({"--device", profiles[side], "report"});
+        auto [text, status] = report(side, false);
         if (status != 0) return sideFailed(side, profiles[side], status);
         texts[side] = rows(text);
         if (o.json) {
-            auto [json, jsonStatus] = runSelf({"--device", profiles[side], "--json", "report"});
+            auto [json, jsonStatus] = report(side, true);
             if (jsonStatus != 0) return sideFailed(side, profiles[side], jsonStatus);
             data[side] = answers(json);
         }
@@ -131,9 +143,7 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
         }
     }
     if (o.json) {
-        Json out = {{"a", tevhost::profile::resolve(a)},
-                    {"b", tevhost::profile::resolve(b)},
-                    {"differences", Json::array()}};
+        Json out = {{"a", named(0)}, {"b", named(1)}, {"differences", Json::array()}};
         for (const std::string& key : differing) {
             const size_t blank = key.find(' ');
             Json entry = {{"area", key.substr(0, blank)}, {"op", key.substr(blank + 1)}};
@@ -146,7 +156,7 @@ int commandDiff(const Options& o, const std::string& a, const std::string& b) {
         printf("%s\n", json::write(out).c_str());
     } else if (!differing.empty()) {
         std::vector<std::vector<std::string>> table = {
-                {"AREA", "OPERATION", printable(a), printable(b)}};
+                {"AREA", "OPERATION", printable(profiles[0]), printable(profiles[1])}};
         for (const std::string& key : differing) {
             const size_t blank = key.find(' ');
             const std::vector<std::string> sides[] = {

@@ -66,7 +66,9 @@ const CommandHelp kCommands[] = {
          "Each report runs in a process of its own. Wide answers are folded. Exit status: 0 "
          "equal,\n"
          "1 different, 2 a usage error or output that cannot be written, 134 when the service\n"
-         "ended one side's process (the side is named).\n",
+         "ended one side's process (the side is named).\n"
+         "diff A --adb: B is the handset (the report of its own tevctl, through adb), named\n"
+         "adb:SERIAL: how closely profile A, a capture of it say, answers as the handset does.\n",
          kJson},
         {"products", "products [NAME...]",
          "for every product the library's per-product lists and tables name\n"
@@ -136,6 +138,10 @@ Options (a command refuses the ones it does not take):
   --log          add the log lines of each call
   --real-time    sleeps really pass (progress on stderr); otherwise the virtual clock only
                  records them
+  --adb [SERIAL] run the command on the handset SERIAL (or the one connected) through adb
+                 shell: its tevctl (userdebug builds) takes list, call, run (call and client
+                 steps), report and debug, with --json; diff A --adb compares profile A with
+                 the handset
 
 Environment:
   TEVHOST_LOG      when set, every log line of the service is echoed to stderr as logcat shows
@@ -152,7 +158,7 @@ process during a call. diff: 0 equal, 1 different, 2 a usage or output error.
 
 const char kUsageLine[] =
         "usage: tevctl [--device DIR] [--json] [--log] [--real-time] [--in-place [--force]] "
-        "COMMAND ...\n";
+        "[--adb [SERIAL]] COMMAND ...\n";
 
 std::string commandNames() {
     std::string names;
@@ -204,6 +210,35 @@ int printHelp(const CommandHelp* command) {
 
 int run(int argc, char** argv) {
     Options o;
+    // --adb [SERIAL] is taken out first: every other word goes to the handset's tevctl as it
+    // stands, and diff takes the handset for its B. A word after --adb that is not a command is
+    // the serial. Words after "--" or "debug" are not looked at.
+    std::vector<char*> kept = {argv[0]};
+    std::string first;  // the command, or "debug" once nothing more is looked at
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool scanning = first != "debug";
+        if (scanning && arg == "--adb") {
+            o.adb = true;
+            if (i + 1 < argc && argv[i + 1][0] != '-' && findCommand(argv[i + 1]) == nullptr) {
+                o.adbSerial = argv[++i];
+            }
+            continue;
+        }
+        if (scanning && arg.rfind("--adb=", 0) == 0) {
+            o.adb = true;
+            o.adbSerial = arg.substr(6);
+            continue;
+        }
+        if (arg == "--") first = "debug";  // nothing after it is looked at
+        if (first.empty() && arg[0] != '-') first = arg;
+        kept.push_back(argv[i]);
+    }
+    if (o.adb && first != "diff") {
+        return commandAdb(o.adbSerial, std::vector<std::string>(kept.begin() + 1, kept.end()));
+    }
+    argc = static_cast<int>(kept.size());
+    argv = kept.data();
     unsigned given = 0;
     bool force = false;
     bool help = false;
@@ -281,7 +316,11 @@ int run(int argc, char** argv) {
     } else if (command == "debug") {
         // Every word is the service's.
     } else if (command == "diff") {
-        if (rest.size() != 2) throw UsageError("diff needs two profiles A B");
+        if (o.adb && rest.size() != 1) {
+            throw UsageError("diff --adb needs one profile A (B is the handset)");
+        }
+        if (!o.adb && rest.size() != 2) throw UsageError("diff needs two profiles A B");
+        if (o.adb) return finishOutput(commandDiff(o, rest[0], ""), kDiffOutputFailed);
         return finishOutput(commandDiff(o, rest[0], rest[1]), kDiffOutputFailed);
     } else if (command == "run") {
         if (rest.size() > 1) throw UsageError("run takes at most one FILE");

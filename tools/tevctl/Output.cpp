@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "handset/Live.h"
+
 namespace tevctl {
 
 namespace {
@@ -38,16 +40,7 @@ void printError(const std::string& message) {
 }
 
 std::vector<std::string> answerLines(const CallRecord& r) {
-    std::vector<std::string> lines =
-            answerTexts(r.outcome, r.op->callback != Type::kVoid && r.terminated.empty());
-    if (r.op->result == Type::kVoid && r.op->callback == Type::kVoid && r.terminated.empty()) {
-        lines.push_back("(void)");
-    }
-    if (!r.outcome.transportError.empty()) {
-        lines.push_back("(transport error: " + printable(r.outcome.transportError) + ")");
-    }
-    if (!r.terminated.empty()) lines.push_back("(terminated: " + printable(r.terminated) + ")");
-    return lines;
+    return live::answerLines(*r.op, r.outcome, r.terminated);
 }
 
 std::vector<std::string> effectLines(const CallRecord& r, bool withLog) {
