@@ -4,7 +4,8 @@
 #   call  the handset answers as tevctl answers on the same profile, text and JSON, words with
 #         blanks and quotes arriving whole; what needs a simulated handset is refused by name
 #   adb   a missing adb, no handset, several, and a serial named among several
-#   diff  diff A --adb: nothing against the same profile live, what diff A B finds against another
+#   diff  diff A --adb: nothing against the same profile live, what diff A B finds against another,
+#         and on a capture of the handset only what a capture cannot hold (the sensor stand-ins)
 # Usage: check_handset_adb.sh PART HANDSET_TEVCTL TEVCTL_WORDS... (in a cross build the emulator's
 # words come first and run both tools).
 set -euo pipefail
@@ -94,6 +95,11 @@ case $part in
         ok=0
         [ "$status" = 0 ] && [ ! -s "$work/out" ] && ok=1
         check "diff qab --adb on qab finds nothing (exit $status)"
+        HANDSET_DEVICE=qab run "$(dirname "$0")/../tools/capture-device" "$work/capture"
+        HANDSET_DEVICE=qab run "${tevctl[@]}" diff "$work/capture" --adb
+        ok=0
+        [ "$status" = 1 ] && sed 1d "$work/out" | awk '$1 != "sensor" { exit 1 }' && ok=1
+        check "diff CAPTURE --adb on the captured handset finds only sensor answers (exit $status)"
         run "${tevctl[@]}" diff qab marskol
         sed 1d "$work/out" >"$work/expected"
         HANDSET_DEVICE=marskol run "${tevctl[@]}" diff qab --adb
