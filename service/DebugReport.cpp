@@ -78,6 +78,7 @@ class ReportedAreas {
 
     template <typename I, typename R, typename... P>
     void operation(const char* name, Return<R> (I::*fn)(P...), Effect effect,
+                   std::initializer_list<const char*> = {},
                    std::initializer_list<const char*> = {}) {
         if (mRootOperations || effect != Effect::kReads || calling::kArguments < P... >> 0) return;
         mAreas.back().operations.push_back(

@@ -27,12 +27,17 @@ enum class Effect { kReads, kDrives };
 // operations, in the order of the area's interface:
 //   list.template area<I>(name, interface, getter)  getter: the root's getExtension...Service, or
 //                                                    nullptr for the root's own operations
-//   list.operation(name, &I::operation, effect, {argument names})
+//   list.operation(name, &I::operation, effect, {argument names}, {product argument sets})
+// The product argument sets, each as the words of a call's arguments, are the calls whose answers
+// (and the nodes they write) follow from the product name, the library's per-product lists and
+// tables; the debug report passes them by, the catalogue keeps them for tevctl products.
 template <typename List>
 void listOperations(List& list) {
     using namespace ::vendor::quoril::hardware::tevvendorservice::V1_0;
     constexpr Effect kReads = Effect::kReads;
     constexpr Effect kDrives = Effect::kDrives;
+    // The product argument set of an operation without arguments.
+    const std::initializer_list<const char*> kByProduct = {""};
     // The reserved extension point every area ends with.
     auto extFun = [&list](auto fn) { list.operation("extFun", fn, kReads, {"name", "args"}); };
 
@@ -61,44 +66,51 @@ void listOperations(List& list) {
     list.area("leds", "ILedsCheckService", &Root::getExtensionLedsCheckService);
     list.operation("controlLed", &Leds::controlLed, kDrives, {"type", "isOn"});
     list.operation("getLedBrightness", &Leds::getLedBrightness, kReads, {"type", "isMax"});
-    list.operation("getLedsList", &Leds::getLedsList, kReads);
+    list.operation("getLedsList", &Leds::getLedsList, kReads, {}, kByProduct);
     extFun(&Leds::extFun);
 
     // Only reads, though the area keeps the last value of each answer for the life of the process.
     using FlashLife = IFlashLifeCheckService;
     list.area("flashlife", "IFlashLifeCheckService", &Root::getExtensionFlashLifeCheckService);
-    list.operation("getFlashLifeTime", &FlashLife::getFlashLifeTime, kReads);
-    list.operation("getFactoryDate", &FlashLife::getFactoryDate, kReads);
-    list.operation("readFlashSize", &FlashLife::readFlashSize, kReads);
-    list.operation("readFirmwareVersion", &FlashLife::readFirmwareVersion, kReads);
-    list.operation("readVendorName", &FlashLife::readVendorName, kReads);
+    list.operation("getFlashLifeTime", &FlashLife::getFlashLifeTime, kReads, {}, kByProduct);
+    list.operation("getFactoryDate", &FlashLife::getFactoryDate, kReads, {}, kByProduct);
+    list.operation("readFlashSize", &FlashLife::readFlashSize, kReads, {}, kByProduct);
+    list.operation("readFirmwareVersion", &FlashLife::readFirmwareVersion, kReads, {}, kByProduct);
+    list.operation("readVendorName", &FlashLife::readVendorName, kReads, {}, kByProduct);
     extFun(&FlashLife::extFun);
 
     using Camera = ICameraCheckService;
     list.area("camera", "ICameraCheckService", &Root::getExtensionCameraCheckService);
-    list.operation("getCameraId", &Camera::getCameraId, kReads, {"type"});
-    list.operation("isSupportPopCamera", &Camera::isSupportPopCamera, kReads);
-    list.operation("needAutopushCamera", &Camera::needAutopushCamera, kReads);
+    // The test application asks for the types 1 to 15; 0 and 16 are no type.
+    list.operation("getCameraId", &Camera::getCameraId, kReads, {"type"},
+                   {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14",
+                    "15", "16"});
+    list.operation("isSupportPopCamera", &Camera::isSupportPopCamera, kReads, {}, kByProduct);
+    list.operation("needAutopushCamera", &Camera::needAutopushCamera, kReads, {}, kByProduct);
     list.operation("popCamera", &Camera::popCamera, kDrives);
     list.operation("pushCamera", &Camera::pushCamera, kDrives);
-    list.operation("isDualCameraCanZoomFocus", &Camera::isDualCameraCanZoomFocus, kReads, {"type"});
-    list.operation("isDualCameraJustTakePic", &Camera::isDualCameraJustTakePic, kReads, {"type"});
+    list.operation("isDualCameraCanZoomFocus", &Camera::isDualCameraCanZoomFocus, kReads, {"type"},
+                   {"1"});
+    list.operation("isDualCameraJustTakePic", &Camera::isDualCameraJustTakePic, kReads, {"type"},
+                   {"1"});
     list.operation("getPreviewOrCapture", &Camera::getPreviewOrCapture, kReads, {"type"});
     list.operation("getCameraModuleInfo", &Camera::getCameraModuleInfo, kReads);
-    list.operation("needCameraCalibration", &Camera::needCameraCalibration, kReads);
+    list.operation("needCameraCalibration", &Camera::needCameraCalibration, kReads, {}, kByProduct);
     list.operation("getCameraCalFlag", &Camera::getCameraCalFlag, kReads);
-    list.operation("controlTorch", &Camera::controlTorch, kDrives, {"type", "on"});
-    list.operation("updateTorchBrightness", &Camera::updateTorchBrightness, kDrives, {"level"});
-    list.operation("getTorchList", &Camera::getTorchList, kReads);
+    list.operation("controlTorch", &Camera::controlTorch, kDrives, {"type", "on"},
+                   {"1 true", "2 true", "1 false"});
+    list.operation("updateTorchBrightness", &Camera::updateTorchBrightness, kDrives, {"level"},
+                   {"100", "0"});
+    list.operation("getTorchList", &Camera::getTorchList, kReads, {}, kByProduct);
     extFun(&Camera::extFun);
 
     using Charger = IChargerCheckService;
     list.area("charger", "IChargerCheckService", &Root::getExtensionChargerCheckService);
-    list.operation("needTestElectric", &Charger::needTestElectric, kReads);
-    list.operation("getElectricThreshold", &Charger::getElectricThreshold, kReads);
+    list.operation("needTestElectric", &Charger::needTestElectric, kReads, {}, kByProduct);
+    list.operation("getElectricThreshold", &Charger::getElectricThreshold, kReads, {}, kByProduct);
     list.operation("getCurrentElectrical", &Charger::getCurrentElectrical, kReads);
-    list.operation("isSupportHvdcpCharger", &Charger::isSupportHvdcpCharger, kReads);
-    list.operation("isSupportPDCharger", &Charger::isSupportPDCharger, kReads);
+    list.operation("isSupportHvdcpCharger", &Charger::isSupportHvdcpCharger, kReads, {}, kByProduct);
+    list.operation("isSupportPDCharger", &Charger::isSupportPDCharger, kReads, {}, kByProduct);
     list.operation("getChargerType", &Charger::getChargerType, kReads);
     list.operation("controlReverseWirelessCharge", &Charger::controlReverseWirelessCharge, kDrives,
                    {"control"});
@@ -151,7 +163,7 @@ void listOperations(List& list) {
     using Display = IDisplayCheckService;
     list.area("display", "IDisplayCheckService", &Root::getExtensionDisplayCheckService);
     list.operation("doSelfTestAndGetResult", &Display::doSelfTestAndGetResult, kDrives);
-    list.operation("getLcmInfo", &Display::getLcmInfo, kReads);
+    list.operation("getLcmInfo", &Display::getLcmInfo, kReads, {}, kByProduct);
     list.operation("getBacklightValue", &Display::getBacklightValue, kReads);
     list.operation("getTpColor", &Display::getTpColor, kReads);
     extFun(&Display::extFun);
@@ -159,13 +171,15 @@ void listOperations(List& list) {
     using Fp = IFPCheckService;
     list.area("fp", "IFPCheckService", &Root::getExtensionFPCheckService);
     list.operation("getFpType", &Fp::getFpType, kReads);
-    list.operation("isSupportCalibration", &Fp::isSupportCalibration, kReads);
-    list.operation("setScreenEffectNew", &Fp::setScreenEffectNew, kDrives, {"mode"});
-    list.operation("getFaculaColor", &Fp::getFaculaColor, kReads);
-    list.operation("isRectFP", &Fp::isRectFP, kReads);
-    list.operation("getFaculaParas", &Fp::getFaculaParas, kReads);
-    list.operation("getFodPressureSensorMarginLeft", &Fp::getFodPressureSensorMarginLeft, kReads);
-    list.operation("getFodPressureSensorMarginTop", &Fp::getFodPressureSensorMarginTop, kReads);
+    list.operation("isSupportCalibration", &Fp::isSupportCalibration, kReads, {}, kByProduct);
+    list.operation("setScreenEffectNew", &Fp::setScreenEffectNew, kDrives, {"mode"}, {"NIT_630"});
+    list.operation("getFaculaColor", &Fp::getFaculaColor, kReads, {}, kByProduct);
+    list.operation("isRectFP", &Fp::isRectFP, kReads, {}, kByProduct);
+    list.operation("getFaculaParas", &Fp::getFaculaParas, kReads, {}, kByProduct);
+    list.operation("getFodPressureSensorMarginLeft", &Fp::getFodPressureSensorMarginLeft, kReads,
+                   {}, kByProduct);
+    list.operation("getFodPressureSensorMarginTop", &Fp::getFodPressureSensorMarginTop, kReads, {},
+                   kByProduct);
     list.operation("getFPSensorStartPkgInfo", &Fp::getFPSensorStartPkgInfo, kReads);
     list.operation("getFPFodCalStartPkgInfo", &Fp::getFPFodCalStartPkgInfo, kReads);
     extFun(&Fp::extFun);

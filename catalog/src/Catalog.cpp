@@ -62,7 +62,8 @@ class Catalogue {
 
     template <typename I, typename R, typename... P>
     void operation(const char* name, Return<R> (I::*fn)(P...), impl::Effect effect,
-                   std::initializer_list<const char*> argumentNames = {}) {
+                   std::initializer_list<const char*> argumentNames = {},
+                   std::initializer_list<const char*> byProduct = {}) {
         Operation op{name,
                      {},
                      calling::typeOf<R>(),
@@ -70,7 +71,8 @@ class Catalogue {
                      effect == impl::Effect::kReads,
                      [fn](IBase& service, const Args& args, Answer& out) {
                          calling::call(static_cast<I&>(service), fn, args.values(), &out);
-                     }};
+                     },
+                     {byProduct.begin(), byProduct.end()}};
         [[maybe_unused]] const char* const* names = argumentNames.begin();
         [[maybe_unused]] size_t i = 0;
         [[maybe_unused]] auto add = [&](auto tag) {

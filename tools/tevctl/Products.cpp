@@ -1,5 +1,6 @@
 // products: the answers of every operation that depends on the product name, for every product
 // the library's per-product lists and tables name.
+#include <tevcatalog/Catalog.h>
 #include <algorithm>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -28,39 +29,19 @@ const char* const kProducts[] = {
         "zob",       "unlisted",
 };
 
-// The camera types the test application asks for run from 1 to 15; 0 and 16 are no type.
-constexpr int kLastCameraType = 16;
-
-// The operations whose answers follow from the product name, as run steps. Besides the lists,
-// the storage kind (which nodes the flash area reads) and the panel node follow from it, and so
-// do the torch and light-spot nodes written and the words written to them; those calls only
-// write to the profile's scratch copy.
+// The calls whose answers follow from the product name, as run steps, in the catalogue's order.
+// Besides the lists, the storage kind (which nodes the flash area reads) and the panel node follow
+// from it, and so do the torch and light-spot nodes written and the words written to them; those
+// calls only write to the profile's scratch copy.
 std::string productSteps() {
     std::string steps;
-    auto call = [&steps](const std::string& words) { steps += "call " + words + "\n"; };
-    call("leds getLedsList");
-    for (const char* op : {"getFlashLifeTime", "getFactoryDate", "readFlashSize",
-                           "readFirmwareVersion", "readVendorName"}) {
-        call(std::string("flashlife ") + op);
-    }
-    for (int type = 0; type <= kLastCameraType; ++type) {
-        call("camera getCameraId " + std::to_string(type));
-    }
-    for (const char* op : {"isSupportPopCamera", "needAutopushCamera", "isDualCameraCanZoomFocus 1",
-                           "isDualCameraJustTakePic 1", "needCameraCalibration", "getTorchList",
-                           "controlTorch 1 true", "controlTorch 2 true", "controlTorch 1 false",
-                           "updateTorchBrightness 100", "updateTorchBrightness 0"}) {
-        call(std::string("camera ") + op);
-    }
-    for (const char* op : {"needTestElectric", "getElectricThreshold", "isSupportHvdcpCharger",
-                           "isSupportPDCharger"}) {
-        call(std::string("charger ") + op);
-    }
-    call("display getLcmInfo");
-    for (const char* op : {"isSupportCalibration", "getFaculaColor", "isRectFP", "getFaculaParas",
-                           "getFodPressureSensorMarginLeft", "getFodPressureSensorMarginTop",
-                           "setScreenEffectNew NIT_630"}) {
-        call(std::string("fp ") + op);
+    for (const tevcatalog::Area* area : tevcatalog::allAreas()) {
+        for (const tevcatalog::Operation& op : area->ops) {
+            for (const std::string& args : op.byProduct) {
+                steps += "call " + area->name + " " + op.name + (args.empty() ? "" : " " + args) +
+                         "\n";
+            }
+        }
     }
     return steps;
 }

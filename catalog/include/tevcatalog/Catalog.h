@@ -57,6 +57,9 @@ struct Operation {
     Type callback;  // the value handed to the result callback, kVoid when there is none
     bool reads;     // only reads (properties, nodes, fixed answers), or drives the hardware
     CallFn call;
+    // The argument sets, each as the words of a call's arguments ("" for none), whose answers
+    // follow from the product name; none when the answer does not.
+    std::vector<std::string> byProduct;
 };
 
 using AreaGetter = std::function<sp<IBase>(ITevVendorService& root)>;
